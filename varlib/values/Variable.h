@@ -1,0 +1,200 @@
+// CVariable: the one typed value of the platform.
+//
+// Not a union: every payload field exists side by side and m_eType alone says
+// which one counts. The fields are public so that callers read the payload
+// directly after testing the type. A copy is always deep (array elements,
+// XML tree). No lock and no shared state: one object belongs to one thread at
+// a time.
+#pragma once
+
+#include <cstdint>
+
+#include "corelib/XML.h"
+#include "corelib/framework/String.h"
+#include "corelib/framework/Time.h"
+#include "snmplib/SnmpPdu.h"
+#include "snmplib/SnmpVarBind.h"
+#include "varlib/metadata/IntegerEnum.h"
+#include "varlib/values/VariableArray.h"
+#include "varlib/values/VariableType.h"
+
+class CVariable {
+public:
+    // UNDEFINED, numbers zero, m_timeValue the current time.
+    CVariable();
+    // INT, sign-extended.
+    CVariable(int nValue);
+    // INT (int64_t is long here).
+    CVariable(long nValue);
+    // INT.
+    CVariable(long long nValue);
+    // INT, zero-extended: 4294967295 stays 4294967295.
+    CVariable(unsigned int nValue);
+    // INT holding the 64-bit pattern; values above INT64_MAX wrap to negative.
+    CVariable(unsigned long nValue);
+    // INT holding the 64-bit pattern; values above INT64_MAX wrap to negative.
+    CVariable(unsigned long long nValue);
+    // DOUBLE.
+    CVariable(double dValue);
+    // STRING.
+    CVariable(const CString& strValue);
+    // PDU, copied by CSnmpPdu's assignment.
+    CVariable(const CSnmpPdu& pduValue);
+    // SNMPVAR, copied by CSnmpVarBind's assignment.
+    CVariable(const CSnmpVarBind& vbValue);
+    // XML, a clone of the tree.
+    CVariable(const CXML& xmlValue);
+    // TIME.
+    CVariable(const CTime& timeValue);
+    // BYTE.
+    CVariable(unsigned char byteValue);
+    // CHAR.
+    CVariable(char16_t chValue);
+    // ARRAY, a deep copy of the elements.
+    CVariable(const CVariableArray& arrayValue);
+    // A full replica, name and metadata included (Copy).
+    CVariable(const CVariable& src);
+    virtual ~CVariable();
+
+    // Typed assignments: payload and type change, name and metadata stay,
+    // m_bArrayElement becomes 0.
+    CVariable& operator=(int nValue);
+    CVariable& operator=(long nValue);
+    CVariable& operator=(long long nValue);
+    CVariable& operator=(double dValue);
+    CVariable& operator=(const CString& strValue);
+    CVariable& operator=(const CSnmpPdu& pduValue);
+    CVariable& operator=(const CSnmpVarBind& vbValue);
+    CVariable& operator=(const CXML& xmlValue);
+    CVariable& operator=(const CTime& timeValue);
+    CVariable& operator=(unsigned char byteValue);
+    CVariable& operator=(char16_t chValue);
+    CVariable& operator=(const CVariableArray& arrayValue);
+    // A full replica of src, its name included. Assigning a value to itself changes nothing.
+    CVariable& operator=(const CVariable& src);
+
+    // Construct operations: set the type and its payload, zero the numeric
+    // payloads of other types, stamp m_timeValue, clear m_bArrayElement.
+    void ConstructInteger(int64_t nValue);
+    void ConstructDouble(double dValue);
+    void ConstructString(const CString& strValue);
+    void ConstructPdu(const CSnmpPdu& pduValue);
+    void ConstructVb(const CSnmpVarBind& vbValue);
+    void ConstructXml(const CXML& xmlValue);
+    void ConstructArray(const CVariableArray& arrayValue);
+    void ConstructByte(unsigned char byteValue);
+    void ConstructChar(char16_t chValue);
+    // TIME; m_timeValue is the payload, not a stamp.
+    void ConstructTime(const CTime& timeValue);
+    // An empty value of eType (taken untested); display name and description survive.
+    void ResetType(eVariableType eType);
+
+    // The type tag.
+    eVariableType GetType() const;
+    // 1 unless the type is 0.
+    int IsValid() const;
+    int IsString() const;
+    int IsInteger() const;
+    int IsDouble() const;
+    int IsPdu() const;
+    int IsVb() const;
+    int IsXml() const;
+    int IsArray() const;
+    int IsTime() const;
+    int IsByte() const;
+    int IsChar() const;
+    // 1 once the value has been put into a CVariableArray.
+    int IsArrayElement() const;
+    // 1 for a zero INT, DOUBLE (-0.0 too, NaN not), BYTE or CHAR; 0 for every other type.
+    int IsZero() const;
+
+    CString GetName() const;
+    CString GetDisplayName() const;      // no fallback on the name
+    CString GetDescription() const;
+    CString GetIndex() const;            // key in the array that holds the value
+    void SetName(const CString& strName);   // not checked against IsNameValid
+    void SetDisplayName(const CString& strDisplayName);
+    void SetDescription(const CString& strDescription);
+    // Marks the value as an element stored under strIndex.
+    void SetArrayElementInfo(const CString& strIndex);
+    // Destroys the elements of m_arrayValue; the type stays.
+    void CleanArray();
+
+    // "VARIABLE".
+    static CString GetTagName();
+    // "INT" ... "CHAR" for 20000..20010, "UNDEFINED" for every other number.
+    static CString GetTypeInfo(eVariableType eType);
+
+    // Text for people; bEnumText non-zero prints an INT through m_enumValues.
+    // A TIME outside the local-time range throws CInvalidArgException.
+    CString ToString(int bEnumText) const;
+    // Reads text into the payload of the present type; the type never changes.
+    void SetValueFromString(const CString& strValue);
+    // 1 for a letter or "_" followed by letters, digits and "_"; "_" alone is not a name.
+    static int IsNameValid(const CString& strName);
+    // 1 for any non-empty text.
+    static int IsIndexValid(const CString& strIndex);
+
+    // Operators (VariableArithmetic.cpp, VariableBitwise.cpp, VariableComparison.cpp)
+    // Plain operators give a fresh value (no name); an unknown pair of types gives UNDEFINED.
+    CVariable operator+(const CVariable& other) const;
+    CVariable operator-(const CVariable& other) const;
+    CVariable operator*(const CVariable& other) const;
+    CVariable operator/(const CVariable& other) const;
+    CVariable operator%(const CVariable& other) const;
+    // Compound operators change one payload field of *this, or nothing.
+    CVariable& operator+=(const CVariable& other);
+    CVariable& operator-=(const CVariable& other);
+    CVariable& operator*=(const CVariable& other);
+    CVariable& operator/=(const CVariable& other);
+    CVariable& operator%=(const CVariable& other);
+    // Bitwise, logical and shift operators; both operands are always evaluated.
+    CVariable operator&(const CVariable& other) const;
+    CVariable operator|(const CVariable& other) const;
+    CVariable operator&&(const CVariable& other) const;
+    CVariable operator||(const CVariable& other) const;
+    CVariable operator<<(const CVariable& other) const;
+    CVariable operator>>(const CVariable& other) const;
+    // Comparison: 1 or 0. Equality falls back on text; ordering answers 0 for unordered pairs.
+    int operator==(const CVariable& other) const;
+    int operator!=(const CVariable& other) const;
+    int operator<(const CVariable& other) const;
+    int operator<=(const CVariable& other) const;
+    int operator>(const CVariable& other) const;
+    int operator>=(const CVariable& other) const;
+    // End of operators.
+
+    // Payload and description fields, in their fixed order.
+    CVariableArray m_arrayValue;     // ARRAY; owns its elements
+    CXML m_xmlValue;                 // XML
+    CString m_strValue;              // STRING
+    int64_t m_nValue;                // INT
+    CIntegerEnum m_enumValues;       // optional names for the values of an INT
+    double m_dValue;                 // DOUBLE
+    CSnmpPdu m_pduValue;             // PDU
+    CSnmpVarBind m_vbValue;          // SNMPVAR
+    CString m_strIndex;              // key in the array that holds the value
+    CTime m_timeValue;               // TIME; for other types the moment of the last Construct
+    unsigned char m_byteValue;       // BYTE
+    char16_t m_chValue;              // CHAR
+    CString m_strDisplayName;
+    CString m_strDescription;
+    CString m_strName;               // also heads the lines of an ARRAY's text
+    eVariableType m_eType;
+    int m_bArrayElement;             // 0 or 1
+
+protected:
+    // Overwrites all seventeen fields with those of src.
+    void Copy(const CVariable& src);
+
+    static const CString TAG_NAME;   // "VARIABLE"
+
+private:
+    friend class CVariableArray;
+
+    // Every field but m_arrayValue, which CVariableArray::Copy fills without
+    // recursing on the call stack.
+    void CopyAllButArray(const CVariable& src);
+    // Zeroes the numeric payloads, clears the element flag, stamps the time.
+    void BeginConstruct();
+};

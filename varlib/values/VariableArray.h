@@ -1,0 +1,112 @@
+// CVariableArray: associative array of owned CVariable elements by index text,
+// walked in first-insertion order.
+//
+// Two maps: the base map (index text -> element) and m_mapOrder (ordinal ->
+// index text). Costs: InsertElement, IsElementExist and a lookup by index cost
+// one hash; reading by ordinal costs one hash on m_mapOrder, so a walk in order
+// costs two hashes per element. RemoveVariable is linear (ordinals above the
+// removed one move down by one). Both maps start with 17 buckets and never
+// rehash; call PreallocateHashTable before a bulk fill.
+//
+// The array owns its elements: each is a heap CVariable that the array alone
+// deletes. Nesting depth has no limit: copying, destroying and the text forms
+// (ToString, ToDelimitedString) work from an explicit work list rather than the
+// call stack, so an array nested 100,000 levels deep is copied, printed,
+// compared and freed like a flat one; no guard cuts it off.
+//
+// Threading: no lock. Even a walk changes the object (the shared cursor of
+// GetFirst.../GetNext...), so one thread at a time uses an array; callers that
+// share one lock around it.
+#pragma once
+
+#include <vector>
+
+#include "corelib/framework/ByteArray.h"
+#include "corelib/framework/String.h"
+#include "corelib/framework/StringArray.h"
+#include "corelib/framework/UIntArray.h"
+#include "corelib/framework/WordArray.h"
+#include "varlib/foundation/MapEx.h"
+#include "varlib/values/VariableType.h"
+
+class CVariable;
+
+class CVariableArray : public CMapEx<CString, const char16_t*, CVariable*, CVariable*> {
+public:
+    // Empty array, cursor 0, both maps with 17 buckets.
+    CVariableArray();
+    // Deep copy of src.
+    CVariableArray(const CVariableArray& src);
+    // Destroys every element.
+    ~CVariableArray() override;
+    // Deep copy of src; assigning an array to itself changes nothing.
+    CVariableArray& operator=(const CVariableArray& src);
+
+    // Replaces the content with deep copies of src's elements, keeping src's
+    // order and bucket count. Copying an array into itself changes nothing.
+    void Copy(const CVariableArray& src);
+    // Destroys every element, empties both maps (bucket counts stay), cursor 0.
+    void CleanUp();
+    // Deletes pVariable and, for an array value, every element below it. Touches
+    // neither the maps nor the cursor of this array.
+    void DestroyVariable(CVariable* pVariable);
+    // On an empty array and nSize > 17: both maps get exactly nSize buckets now.
+    void PreallocateHashTable(unsigned int nSize);
+
+    // Takes ownership of pVariable; an existing index keeps its ordinal and its
+    // old element is destroyed (unless it is pVariable itself).
+    void InsertElement(const CString& index, CVariable* pVariable);
+    // Removes and destroys the element; an absent index is no error.
+    void RemoveVariable(const CString& index);
+    // 1 if the index is present.
+    int IsElementExist(const CString& index) const;
+
+    // Walks in ordinal order with the shared cursor: 0 when there is nothing
+    // (more), and the arguments stay as they were. The pointer stays owned by
+    // the array; the CVariable& forms receive a deep copy.
+    int GetFirstVariable(CString& index, CVariable*& pVariable);
+    int GetNextVariable(CString& index, CVariable*& pVariable);
+    int GetFirstVariable(CString& index, CVariable& variable);
+    int GetNextVariable(CString& index, CVariable& variable);
+    int GetFirstIndex(CString& index);
+    int GetNextIndex(CString& index);
+    // Index text at an ordinal; empty if there is none. The cursor stays.
+    CString GetIndex(int nOrdinal) const;
+    // Type of the element at ordinal 0; 0 for an empty array.
+    eVariableType GetFirstItemType() const;
+    // 0 if any element is an ARRAY; 1 otherwise (an empty array too).
+    int IsSingleDimensioned() const;
+
+    // One line "prefix[index] = text" per element in ordinal order, CR LF after
+    // each; a nested array opens with "= {" and closes with "}" and its lines
+    // carry the element's own name as prefix.
+    CString ToString(const CString& prefix) const;
+    // The texts of the non-array elements joined by ";", trailing ";" cut.
+    CString ToDelimitedString();
+
+    // Bulk fills under "0", "1", ...; elements under other indexes stay.
+    void ConstructFromByteArray(const CByteArray& source);      // BYTE elements
+    void ConstructFromStringArray(const CStringArray& source);  // STRING elements
+    void ConstructFromWordArray(const CWordArray& source);      // INT, zero-extended
+    void ConstructFromUIntArray(const CUIntArray& source);      // INT, the 32 bits as signed
+    // Fill target in ordinal order from one field of each element, whatever its
+    // type; the cursor ends past the last element.
+    void GetStringArray(CStringArray& target);   // m_strValue
+    void GetByteArray(CByteArray& target);       // m_byteValue
+    void GetUIntArray(CUIntArray& target);       // low 32 bits of m_nValue
+    // Puts copies of the elements, ascending by CVariable::operator<, into
+    // sorted under "0", "1", ...; sorted is not emptied first. Not stable.
+    void Sort(CVariableArray& sorted);
+
+protected:
+    int m_nCursor;                                           // ordinal the next GetNext... reads
+    CMapEx<int, int, CString, const char16_t*> m_mapOrder;   // ordinal -> index text
+
+private:
+    // Element at an ordinal, or null.
+    CVariable* ElementAt(int nOrdinal, CString& index) const;
+    // Moves every element out of both maps (into out) and resets the cursor.
+    void DetachAll(std::vector<CVariable*>& out);
+    // Deletes a set of detached elements and everything below them.
+    static void DestroyAll(std::vector<CVariable*>& pending);
+};
