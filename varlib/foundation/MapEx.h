@@ -1,0 +1,47 @@
+// CMapEx: a CMap that copies by value and reaches a value by its walk position.
+//
+// Copying gives the copy the source's bucket count, so both walk alike. With
+// pointer values the copies share the pointed objects and neither owns them.
+// GetAt(int) walks from the start each time: O(nIndex), not a way to walk.
+#pragma once
+
+#include "corelib/framework/Map.h"
+
+template <class KEY, class ARG_KEY, class VALUE, class ARG_VALUE>
+class CMapEx : public CMap<KEY, ARG_KEY, VALUE, ARG_VALUE> {
+    using Base = CMap<KEY, ARG_KEY, VALUE, ARG_VALUE>;
+
+public:
+    CMapEx(int nBlockSize = 10) : Base(nBlockSize) {}
+    // Block size 10 whatever the source's, then operator=.
+    CMapEx(const CMapEx& src) : Base(10) { *this = src; }
+    // RemoveAll; the source's bucket count, allocated at once; then each pair of
+    // the source in its walk order. Assigning a map to itself empties it.
+    CMapEx& operator=(const CMapEx& src) {
+        this->RemoveAll();
+        this->InitHashTable(src.GetHashTableSize(), 1);
+        for (const typename Base::CPair* p = src.PGetFirstAssoc(); p; p = src.PGetNextAssoc(p))
+            (*this)[KeyArg(p->key)] = p->value;
+        return *this;
+    }
+    // The value at position nIndex of the walk, counted from 0. Outside 0 to
+    // count - 1: CInvalidArgException, from GetNextAssoc.
+    VALUE GetAt(int nIndex) const {
+        POSITION pos = this->GetStartPosition();
+        KEY key{};
+        VALUE value{};
+        for (int i = 0; i <= nIndex; ++i) this->GetNextAssoc(pos, key, value);
+        if (nIndex < 0) throw CInvalidArgException("CMapEx::GetAt: negative index");
+        return value;
+    }
+
+private:
+    // The stored key in the form ARG_KEY takes (a non-const reference for CString& keys).
+    static ARG_KEY KeyArg(const KEY& key) {
+        if constexpr (std::is_lvalue_reference_v<ARG_KEY> && !std::is_const_v<std::remove_reference_t<ARG_KEY>>) {
+            return const_cast<KEY&>(key);
+        } else {
+            return key;
+        }
+    }
+};
