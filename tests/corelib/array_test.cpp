@@ -1,0 +1,69 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "corelib/framework/ByteArray.h"
+#include "corelib/framework/StringArray.h"
+#include "corelib/framework/UIntArray.h"
+
+namespace {
+
+TEST(Array, BadIndexThrowsOnEveryPath) {
+    CStringArray a;
+    a.Add(CString(u"x"));
+    const CStringArray& ca = a;
+    const std::function<void()> calls[] = {
+        [&] { a.GetAt(1); },        [&] { a.GetAt(-1); },        [&] { ca.GetAt(5); },
+        [&] { a.ElementAt(1); },    [&] { a[1]; },              [&] { ca[-1]; },
+        [&] { a.SetAt(1, CString()); }, [&] { a.RemoveAt(1); }, [&] { a.RemoveAt(0, 2); },
+        [&] { a.SetAtGrow(-1, CString()); }, [&] { a.InsertAt(-1, CString()); }, [&] { a.SetSize(-1); },
+    };
+    for (std::size_t i = 0; i < std::size(calls); ++i) EXPECT_THROW(calls[i](), CInvalidArgException) << "call " << i;
+    EXPECT_EQ(a.GetSize(), 1);
+    EXPECT_EQ(a[0], u"x");
+}
+
+TEST(Array, GrowInsertRemove) {
+    CUIntArray a;
+    EXPECT_TRUE(a.IsEmpty());
+    EXPECT_EQ(a.GetData(), nullptr);
+    EXPECT_EQ(a.GetUpperBound(), -1);
+    EXPECT_EQ(a.Add(10), 0);
+    a.SetAtGrow(3, 40);  // grows, the gap is zero
+    EXPECT_EQ(a.GetSize(), 4);
+    EXPECT_EQ(a[1], 0u);
+    a.InsertAt(1, 20, 2);
+    EXPECT_EQ(a.GetSize(), 6);
+    EXPECT_EQ(a[1], 20u);
+    EXPECT_EQ(a[2], 20u);
+    a.RemoveAt(1, 2);
+    a.InsertAt(6, 70);  // past the end: the array grows to hold it
+    EXPECT_EQ(a.GetSize(), 7);
+    EXPECT_EQ(a[6], 70u);
+
+    CUIntArray other;
+    other.Add(1);
+    other.Add(2);
+    a.InsertAt(0, &other);
+    EXPECT_EQ(a[0], 1u);
+    EXPECT_EQ(a[2], 10u);
+    EXPECT_EQ(a.Append(a), 9);  // appending an array to itself doubles it
+    EXPECT_EQ(a.GetSize(), 18);
+    other.Copy(a);
+    EXPECT_EQ(other.GetSize(), 18);
+    a.RemoveAll();
+    EXPECT_EQ(a.GetSize(), 0);
+    EXPECT_EQ(other[17], 70u);
+}
+
+TEST(Array, AddingAnElementOfItselfIsSafe) {
+    CStringArray a;
+    a.Add(CString(u"first"));
+    for (int i = 0; i < 100; ++i) a.Add(a[0]);  // the argument lives in the array while it grows
+    a.InsertAt(0, a[50], 3);
+    a.SetAtGrow(200, a[0]);
+    EXPECT_EQ(a[200], u"first");
+    EXPECT_EQ(a[1], u"first");
+}
+
+}  // namespace
