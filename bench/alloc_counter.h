@@ -1,0 +1,12 @@
+// Counts heap allocations made by this program, so a benchmark can report
+// how many allocations an operation costs.
+#pragma once
+
+#include <cstddef>
+
+namespace bench {
+
+// Allocations made so far by operator new in this process.
+std::size_t AllocationCount();
+
+}  // namespace bench

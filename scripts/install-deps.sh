@@ -1,0 +1,13 @@
+#!/usr/bin/env bash
+# Installs what the project needs to build and test on Debian 12 (run as root or with sudo).
+set -euo pipefail
+packages=(
+    g++ cmake ninja-build pkg-config git
+    libpugixml-dev
+    libgtest-dev libbenchmark-dev
+)
+as_root=()
+[ "$(id -u)" -eq 0 ] || as_root=(sudo)
+export DEBIAN_FRONTEND=noninteractive
+"${as_root[@]}" apt-get update -qq
+"${as_root[@]}" apt-get install -y -qq --no-install-recommends "${packages[@]}" >/dev/null

@@ -1,0 +1,29 @@
+#!/usr/bin/env bash
+# Usage: run_package_test.sh BUILD_DIR CONSUMER_SRC WORK_DIR CXX_FLAGS GENERATOR
+set -euo pipefail
+build=$1 consumer=$2 work=$3 flags=$4 generator=$5
+
+rm -rf "$work"
+mkdir -p "$work"
+first="$work/first-prefix"
+moved="$work/moved/prefix"
+
+cmake --install "$build" --prefix "$first" >"$work/install.log"
+
+# The umbrella header compiles on its own under plain C++20.
+echo '#include <tw_varlib.h>' | ${CXX:-c++} -std=c++20 -fsyntax-only \
+    -I"$first/include" -I"$first/include/tw_varlib" -x c++ -
+
+cmake -S "$consumer" -B "$work/consumer-build" -G "$generator" \
+    -DCMAKE_PREFIX_PATH="$first" -DCMAKE_INSTALL_PREFIX="$first" \
+    -DCMAKE_CXX_FLAGS="$flags" -DCMAKE_BUILD_TYPE=Release >"$work/consumer-configure.log"
+cmake --build "$work/consumer-build" >"$work/consumer-build.log"
+cmake --install "$work/consumer-build" >"$work/consumer-install.log"
+
+test -f "$first/lib/tw_varlib/plugins/hello.twp" || { echo "tw_add_plugin did not make hello.twp"; exit 1; }
+
+# Relocatable: the whole prefix moves, and everything still runs without LD_LIBRARY_PATH.
+mkdir -p "$(dirname "$moved")"
+mv "$first" "$moved"
+unset LD_LIBRARY_PATH
+"$moved/bin/tw_consumer" "$moved/lib/tw_varlib/plugins/hello.twp"
