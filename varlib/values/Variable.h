@@ -165,23 +165,23 @@ public:
     // End of operators.
 
     // Payload and description fields, in their fixed order.
-    CVariableArray m_arrayValue;     // ARRAY; owns its elements
-    CXML m_xmlValue;                 // XML
-    CString m_strValue;              // STRING
-    int64_t m_nValue;                // INT
-    CIntegerEnum m_enumValues;       // optional names for the values of an INT
-    double m_dValue;                 // DOUBLE
-    CSnmpPdu m_pduValue;             // PDU
-    CSnmpVarBind m_vbValue;          // SNMPVAR
-    CString m_strIndex;              // key in the array that holds the value
-    CTime m_timeValue;               // TIME; for other types the moment of the last Construct
-    unsigned char m_byteValue;       // BYTE
-    char16_t m_chValue;              // CHAR
+    CVariableArray m_arrayValue;         // ARRAY; owns its elements
+    CXML m_xmlValue;                     // XML
+    CString m_strValue;                  // STRING
+    int64_t m_nValue = 0;                // INT
+    CIntegerEnum m_enumValues;           // optional names for the values of an INT
+    double m_dValue = 0.0;               // DOUBLE
+    CSnmpPdu m_pduValue;                 // PDU
+    CSnmpVarBind m_vbValue;              // SNMPVAR
+    CString m_strIndex;                  // key in the array that holds the value
+    CTime m_timeValue;                   // TIME; for other types the moment of the last Construct
+    unsigned char m_byteValue = 0;       // BYTE
+    char16_t m_chValue = 0;              // CHAR
     CString m_strDisplayName;
     CString m_strDescription;
-    CString m_strName;               // also heads the lines of an ARRAY's text
-    eVariableType m_eType;
-    int m_bArrayElement;             // 0 or 1
+    CString m_strName;                   // also heads the lines of an ARRAY's text
+    eVariableType m_eType = VT_UNDEFINED;
+    int m_bArrayElement = 0;             // 0 or 1
 
 protected:
     // Overwrites all seventeen fields with those of src.

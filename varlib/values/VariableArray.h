@@ -103,8 +103,18 @@ protected:
     CMapEx<int, int, CString, const char16_t*> m_mapOrder;   // ordinal -> index text
 
 private:
-    // Element at an ordinal, or null.
-    CVariable* ElementAt(int nOrdinal, CString& index) const;
+    friend class CVariable;
+    struct CopyJob;
+
+    // Element at an ordinal (and its index text), or null.
+    CVariable* ElementAt(int nOrdinal, const CString** ppIndex = nullptr) const;
+    // Destroys every element and gives both maps the bucket count of a fresh array.
+    void ResetToFresh();
+    // Copies src's elements in its walk order into this empty array, then its
+    // order; nested arrays become jobs instead of recursion.
+    void FillFrom(const CVariableArray& src, std::vector<CopyJob>& jobs);
+    // Takes over every element of src (built aside by Copy), leaving src empty.
+    void MoveFrom(CVariableArray& src);
     // Moves every element out of both maps (into out) and resets the cursor.
     void DetachAll(std::vector<CVariable*>& out);
     // Deletes a set of detached elements and everything below them.

@@ -1,0 +1,327 @@
+// CVariableArray: storage, ordinals, the shared cursor, copy and release.
+#include "varlib/values/VariableArray.h"
+
+#include <memory>
+#include <utility>
+
+#include "corelib/framework/InvalidArgException.h"
+#include "varlib/values/Variable.h"
+
+namespace {
+
+// Bucket count of a fresh map.
+constexpr unsigned int kDefaultHashSize = 17;
+
+}  // namespace
+
+// One level of a deep copy still to do: fill pTarget (empty, new) from pSource.
+struct CVariableArray::CopyJob {
+    CVariableArray* pTarget;
+    const CVariableArray* pSource;
+};
+
+CVariableArray::CVariableArray() : m_nCursor(0) {}
+
+CVariableArray::CVariableArray(const CVariableArray& src) : CVariableArray() { Copy(src); }
+
+CVariableArray::~CVariableArray() { CleanUp(); }
+
+CVariableArray& CVariableArray::operator=(const CVariableArray& src) {
+    Copy(src);
+    return *this;
+}
+
+// ---------------------------------------------------------------------------
+// Release
+// ---------------------------------------------------------------------------
+
+void CVariableArray::DetachAll(std::vector<CVariable*>& out) {
+    m_nCursor = 0;
+    if (GetCount() == 0)
+        return;
+    out.reserve(out.size() + static_cast<size_t>(GetCount()));
+    for (const CPair* pPair = PGetFirstAssoc(); pPair != nullptr; pPair = PGetNextAssoc(pPair))
+        out.push_back(pPair->value);
+    RemoveAll();
+    m_mapOrder.RemoveAll();
+}
+
+// Work list instead of recursion: each deleted value first hands its own
+// elements over, so its destructor finds an empty array.
+void CVariableArray::DestroyAll(std::vector<CVariable*>& pending) {
+    while (!pending.empty()) {
+        CVariable* pVariable = pending.back();
+        pending.pop_back();
+        if (pVariable == nullptr)
+            continue;
+        // Whatever the type: a stale array payload of a former ARRAY is freed the same way.
+        pVariable->m_arrayValue.DetachAll(pending);
+        delete pVariable;
+    }
+}
+
+void CVariableArray::CleanUp() {
+    std::vector<CVariable*> pending;
+    DetachAll(pending);
+    DestroyAll(pending);
+}
+
+void CVariableArray::DestroyVariable(CVariable* pVariable) {
+    std::vector<CVariable*> pending{pVariable};
+    DestroyAll(pending);
+}
+
+void CVariableArray::ResetToFresh() {
+    CleanUp();
+    if (GetHashTableSize() != kDefaultHashSize)
+        InitHashTable(kDefaultHashSize, 0);
+    if (m_mapOrder.GetHashTableSize() != kDefaultHashSize)
+        m_mapOrder.InitHashTable(kDefaultHashSize, 0);
+}
+
+void CVariableArray::PreallocateHashTable(unsigned int nSize) {
+    if (GetCount() != 0 || nSize <= kDefaultHashSize)
+        return;
+    InitHashTable(nSize, 1);
+    m_mapOrder.InitHashTable(nSize, 1);
+}
+
+// ---------------------------------------------------------------------------
+// Copy
+// ---------------------------------------------------------------------------
+
+void CVariableArray::FillFrom(const CVariableArray& src, std::vector<CopyJob>& jobs) {
+    if (src.GetCount() == 0)
+        return;   // an empty source leaves the bucket counts alone
+    const unsigned int hashSize = src.GetHashTableSize();
+    InitHashTable(hashSize, 1);
+    m_mapOrder.InitHashTable(hashSize, 1);
+    for (const CPair* pPair = src.PGetFirstAssoc(); pPair != nullptr; pPair = src.PGetNextAssoc(pPair)) {
+        const CVariable* pSource = pPair->value;
+        auto pCopy = std::make_unique<CVariable>();
+        pCopy->CopyAllButArray(*pSource);
+        InsertElement(pPair->key, pCopy.get());
+        CVariable* pInserted = pCopy.release();
+        if (pSource->m_arrayValue.GetCount() != 0)
+            jobs.push_back({&pInserted->m_arrayValue, &pSource->m_arrayValue});
+    }
+    // The walk above numbered the elements in the source's bucket order; put
+    // the source's ordinals back over it.
+    using COrderPair = CMapEx<int, int, CString, const char16_t*>::CPair;
+    for (const COrderPair* pPair = src.m_mapOrder.PGetFirstAssoc(); pPair != nullptr;
+         pPair = src.m_mapOrder.PGetNextAssoc(pPair))
+        m_mapOrder.SetAt(pPair->key, pPair->value);
+}
+
+// Takes over the elements of an array built aside; this array is empty. Each
+// map is filled in reverse walk order so that every bucket's chain, and with it
+// the walk order, comes out as in src.
+void CVariableArray::MoveFrom(CVariableArray& src) {
+    if (src.GetCount() == 0)
+        return;
+    const unsigned int hashSize = src.GetHashTableSize();
+    InitHashTable(hashSize, 1);
+    m_mapOrder.InitHashTable(hashSize, 1);
+
+    std::vector<const CPair*> pairs;
+    pairs.reserve(static_cast<size_t>(src.GetCount()));
+    for (const CPair* pPair = src.PGetFirstAssoc(); pPair != nullptr; pPair = src.PGetNextAssoc(pPair))
+        pairs.push_back(pPair);
+    for (auto it = pairs.rbegin(); it != pairs.rend(); ++it)
+        SetAt((*it)->key, (*it)->value);
+
+    using COrderPair = CMapEx<int, int, CString, const char16_t*>::CPair;
+    std::vector<const COrderPair*> ordinals;
+    ordinals.reserve(pairs.size());
+    for (const COrderPair* pPair = src.m_mapOrder.PGetFirstAssoc(); pPair != nullptr;
+         pPair = src.m_mapOrder.PGetNextAssoc(pPair))
+        ordinals.push_back(pPair);
+    for (auto it = ordinals.rbegin(); it != ordinals.rend(); ++it)
+        m_mapOrder.SetAt((*it)->key, (*it)->value);
+
+    // The elements belong to this array now: empty src's maps without freeing them.
+    src.RemoveAll();
+    src.m_mapOrder.RemoveAll();
+    src.m_nCursor = 0;
+}
+
+// The new elements are built completely, from a source that nothing changes
+// meanwhile, before the old ones go: so src may lie anywhere inside this
+// array's tree, or this array inside src's, and nested levels are jobs on a
+// list rather than calls on the stack.
+void CVariableArray::Copy(const CVariableArray& src) {
+    // An array copied into itself keeps its elements (no CleanUp first).
+    if (&src == this)
+        return;
+    CVariableArray fresh;
+    std::vector<CopyJob> jobs;
+    fresh.FillFrom(src, jobs);
+    while (!jobs.empty()) {
+        const CopyJob job = jobs.back();
+        jobs.pop_back();
+        job.pTarget->FillFrom(*job.pSource, jobs);
+    }
+
+    std::vector<CVariable*> old;
+    DetachAll(old);
+    try {
+        MoveFrom(fresh);
+    } catch (...) {
+        // fresh still owns the new elements; drop our references to them.
+        RemoveAll();
+        m_mapOrder.RemoveAll();
+        DestroyAll(old);
+        throw;
+    }
+    DestroyAll(old);
+}
+
+// ---------------------------------------------------------------------------
+// Elements
+// ---------------------------------------------------------------------------
+
+void CVariableArray::InsertElement(const CString& index, CVariable* pVariable) {
+    if (pVariable == nullptr)
+        throw CInvalidArgException("CVariableArray::InsertElement: null element");
+    pVariable->SetArrayElementInfo(index);
+    const intptr_t countBefore = GetCount();
+    CVariable*& slot = (*this)[index];   // one hash: finds the index or adds it
+    if (GetCount() == countBefore) {
+        // Replacement: the ordinal, and so the place in every listing, stays.
+        CVariable* pOld = slot;
+        if (pOld == pVariable)
+            return;
+        slot = pVariable;
+        DestroyVariable(pOld);
+        return;
+    }
+    slot = pVariable;
+    try {
+        m_mapOrder.SetAt(static_cast<int>(countBefore), index);
+    } catch (...) {
+        RemoveKey(index);   // keep the two maps in step; the caller still owns pVariable
+        throw;
+    }
+}
+
+void CVariableArray::RemoveVariable(const CString& index) {
+    CVariable* pVariable = nullptr;
+    if (!Lookup(index, pVariable))
+        return;
+    RemoveKey(index);
+
+    // Ordinals carry no back reference, so find the removed one by its text.
+    using COrderPair = CMapEx<int, int, CString, const char16_t*>::CPair;
+    const int count = static_cast<int>(m_mapOrder.GetCount());
+    int removed = -1;
+    const char16_t* key = index;
+    for (const COrderPair* pPair = m_mapOrder.PGetFirstAssoc(); pPair != nullptr;
+         pPair = m_mapOrder.PGetNextAssoc(pPair)) {
+        if (pPair->value == key) {
+            removed = pPair->key;
+            break;
+        }
+    }
+    if (removed >= 0) {
+        // Close the gap: every higher ordinal moves down by one.
+        COrderPair* pLower = m_mapOrder.PLookup(removed);
+        for (int ordinal = removed + 1; ordinal < count && pLower != nullptr; ++ordinal) {
+            COrderPair* pHigher = m_mapOrder.PLookup(ordinal);
+            if (pHigher == nullptr)
+                break;
+            pLower->value = std::move(pHigher->value);
+            pLower = pHigher;
+        }
+        m_mapOrder.RemoveKey(count - 1);
+    }
+    DestroyVariable(pVariable);
+}
+
+int CVariableArray::IsElementExist(const CString& index) const { return PLookup(index) != nullptr ? 1 : 0; }
+
+CVariable* CVariableArray::ElementAt(int nOrdinal, const CString** ppIndex) const {
+    using COrderPair = CMapEx<int, int, CString, const char16_t*>::CPair;
+    const COrderPair* pOrder = m_mapOrder.PLookup(nOrdinal);
+    if (pOrder == nullptr)
+        return nullptr;
+    const CPair* pPair = PLookup(pOrder->value);
+    if (pPair == nullptr)
+        return nullptr;
+    if (ppIndex != nullptr)
+        *ppIndex = &pOrder->value;
+    return pPair->value;
+}
+
+int CVariableArray::GetFirstVariable(CString& index, CVariable*& pVariable) {
+    if (GetCount() == 0)
+        return 0;
+    m_nCursor = 0;
+    return GetNextVariable(index, pVariable);
+}
+
+int CVariableArray::GetNextVariable(CString& index, CVariable*& pVariable) {
+    const CString* pIndex = nullptr;
+    CVariable* pElement = ElementAt(m_nCursor, &pIndex);
+    if (pElement == nullptr)
+        return 0;
+    index = *pIndex;
+    pVariable = pElement;
+    ++m_nCursor;
+    return 1;
+}
+
+int CVariableArray::GetFirstVariable(CString& index, CVariable& variable) {
+    if (GetCount() == 0)
+        return 0;
+    m_nCursor = 0;
+    return GetNextVariable(index, variable);
+}
+
+int CVariableArray::GetNextVariable(CString& index, CVariable& variable) {
+    const CString* pIndex = nullptr;
+    CVariable* pElement = ElementAt(m_nCursor, &pIndex);
+    if (pElement == nullptr)
+        return 0;
+    index = *pIndex;
+    ++m_nCursor;
+    // Last: variable may be the value that holds this very array, and the
+    // assignment then replaces our elements.
+    variable = *pElement;
+    return 1;
+}
+
+int CVariableArray::GetFirstIndex(CString& index) {
+    if (GetCount() == 0)
+        return 0;
+    m_nCursor = 0;
+    return GetNextIndex(index);
+}
+
+int CVariableArray::GetNextIndex(CString& index) {
+    const CString* pIndex = nullptr;
+    if (ElementAt(m_nCursor, &pIndex) == nullptr)
+        return 0;
+    index = *pIndex;
+    ++m_nCursor;
+    return 1;
+}
+
+CString CVariableArray::GetIndex(int nOrdinal) const {
+    const CString* pIndex = nullptr;
+    if (ElementAt(nOrdinal, &pIndex) == nullptr)
+        return CString();
+    return *pIndex;
+}
+
+eVariableType CVariableArray::GetFirstItemType() const {
+    const CVariable* pFirst = ElementAt(0);
+    return pFirst != nullptr ? pFirst->GetType() : VT_UNDEFINED;
+}
+
+int CVariableArray::IsSingleDimensioned() const {
+    for (const CPair* pPair = PGetFirstAssoc(); pPair != nullptr; pPair = PGetNextAssoc(pPair)) {
+        if (pPair->value->IsArray())
+            return 0;
+    }
+    return 1;
+}
