@@ -1,0 +1,35 @@
+// CUtility: static helpers of the platform: its directories and text tests.
+//
+// The directories are process-wide settings guarded by a lock, so they may be
+// read and set from any thread. Every directory handed out ends in "/".
+#pragma once
+
+#include <string>
+
+#include "corelib/framework/String.h"
+
+class CUtility {
+public:
+    // Directory searched for plug-in modules (*.twp). Default: "plugins/" beside the
+    // running executable (from /proc/self/exe), or "./plugins/" if that can't be read.
+    static CString GetPluginDir();
+    // Directory that the web server serves, where reports go. Default: "web/" beside
+    // the running executable, or "./web/" if that can't be read.
+    static CString GetWebDir();
+    // Replace the directories; a missing trailing "/" is added. An empty text restores the default.
+    static void SetPluginDir(const CString& dir);
+    static void SetWebDir(const CString& dir);
+    // Directory of the running executable, with a trailing "/"; "./" if unknown.
+    static CString GetExecutableDir();
+
+    // The text as UTF-8 bytes; an unpaired surrogate becomes U+FFFD (EF BF BD).
+    static std::string UTF16toUTF8(const CString& text);
+    // UTF-8 bytes as text; each bad sequence becomes U+FFFD.
+    static CString UTF8toUTF16(const std::string& utf8);
+    // Non-zero if text is a decimal number: an optional "+" or "-", one or more
+    // ASCII digits, and optionally "." followed by one or more digits. Nothing
+    // else: no blanks, no exponent, no hexadecimal, no thousands separators.
+    // "12", "-7", "+0.5" and "2.5" are numbers; "", "-", "1.", ".5", " 1", "1e3" are not.
+    static int IsNumber(const CString& text);
+    // AddToRichText and ListInsertRow fill the dialog's controls; they live with the dialog.
+};

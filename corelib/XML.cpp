@@ -1,0 +1,413 @@
+// CXML on pugixml. The handle holds the document by shared ownership and the
+// element by pugixml's node record, which stays put while the document lives.
+#include "corelib/XML.h"
+
+#include <charconv>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include <pugixml.hpp>
+
+#include "corelib/framework/File.h"
+
+struct tw::detail::XmlDocument {
+    pugi::xml_document doc;
+};
+
+namespace {
+
+using tw::detail::XmlDocument;
+
+// Parse options: the defaults without end-of-line normalisation, so that a
+// carriage return written raw in text content comes back as it went out.
+// Attribute whitespace is normalised as XML requires; ours is written as
+// character references and survives.
+constexpr unsigned int kParseFlags = pugi::parse_cdata | pugi::parse_escapes | pugi::parse_wconv_attribute;
+
+pugi::xml_node NodeOf(void* p) {
+    return pugi::xml_node(static_cast<pugi::xml_node_struct*>(p));
+}
+
+void* RecordOf(pugi::xml_node node) {
+    return node.internal_object();
+}
+
+pugi::xml_node FirstElement(pugi::xml_node node) {
+    pugi::xml_node child = node.first_child();
+    while (child && child.type() != pugi::node_element) {
+        child = child.next_sibling();
+    }
+    return child;
+}
+
+pugi::xml_node NextElement(pugi::xml_node node) {
+    pugi::xml_node next = node.next_sibling();
+    while (next && next.type() != pugi::node_element) {
+        next = next.next_sibling();
+    }
+    return next;
+}
+
+// XML forbids two attributes of one name on an element; pugixml doesn't check it.
+bool HasDuplicateAttributes(pugi::xml_node root) {
+    std::vector<pugi::xml_node> stack{root};
+    while (!stack.empty()) {
+        const pugi::xml_node node = stack.back();
+        stack.pop_back();
+        for (pugi::xml_attribute a = node.first_attribute(); a; a = a.next_attribute()) {
+            for (pugi::xml_attribute b = a.next_attribute(); b; b = b.next_attribute()) {
+                if (std::strcmp(a.name(), b.name()) == 0) {
+                    return true;
+                }
+            }
+        }
+        for (pugi::xml_node child = FirstElement(node); child; child = NextElement(child)) {
+            stack.push_back(child);
+        }
+    }
+    return false;
+}
+
+struct StringWriter : pugi::xml_writer {
+    std::string text;
+    void write(const void* data, size_t size) override { text.append(static_cast<const char*>(data), size); }
+};
+
+std::string_view Trimmed(const char* text) {
+    std::string_view s(text);
+    const auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; };
+    while (!s.empty() && blank(s.front())) {
+        s.remove_prefix(1);
+    }
+    while (!s.empty() && blank(s.back())) {
+        s.remove_suffix(1);
+    }
+    return s;
+}
+
+// A whole decimal integer of type T, or false.
+template <class T>
+bool ParseInteger(const char* text, T& out) {
+    std::string_view s = Trimmed(text);
+    if (!s.empty() && s.front() == '+') {
+        s.remove_prefix(1);
+        if (!s.empty() && s.front() == '-') {
+            return false;
+        }
+    }
+    if (s.empty()) {
+        return false;
+    }
+    T value{};
+    const auto [end, ec] = std::from_chars(s.data(), s.data() + s.size(), value, 10);
+    if (ec != std::errc() || end != s.data() + s.size()) {
+        return false;
+    }
+    out = value;
+    return true;
+}
+
+bool ParseDouble(const char* text, double& out) {
+    std::string_view s = Trimmed(text);
+    if (!s.empty() && s.front() == '+') {
+        s.remove_prefix(1);
+    }
+    if (s.empty()) {
+        return false;
+    }
+    double value = 0.0;
+    const auto [end, ec] = std::from_chars(s.data(), s.data() + s.size(), value);
+    if (ec != std::errc() || end != s.data() + s.size()) {
+        return false;
+    }
+    out = value;
+    return true;
+}
+
+}  // namespace
+
+CXML::CXML() = default;
+
+CXML::CXML(const CString& tagName) : m_doc(std::make_shared<XmlDocument>()) {
+    const std::string tag = tagName.ToUtf8();
+    m_node = RecordOf(m_doc->doc.append_child(tag.c_str()));
+}
+
+CXML::CXML(const CString& text, const CString& rootTag) {
+    const std::string utf8 = text.ToUtf8();
+    Adopt(utf8.data(), utf8.size(), rootTag);
+}
+
+CXML::CXML(const CXML&) = default;
+CXML::CXML(CXML&& other) noexcept
+    : m_doc(std::move(other.m_doc)),
+      m_node(std::exchange(other.m_node, nullptr)),
+      m_cursor(std::exchange(other.m_cursor, nullptr)) {}
+CXML& CXML::operator=(const CXML&) = default;
+CXML& CXML::operator=(CXML&& other) noexcept {
+    if (this != &other) {
+        m_doc = std::move(other.m_doc);
+        m_node = std::exchange(other.m_node, nullptr);
+        m_cursor = std::exchange(other.m_cursor, nullptr);
+    }
+    return *this;
+}
+CXML::~CXML() = default;
+
+int CXML::Adopt(const char* data, std::size_t size, const CString& rootTag) {
+    auto doc = std::make_shared<XmlDocument>();
+    const pugi::xml_parse_result result = doc->doc.load_buffer(data, size, kParseFlags, pugi::encoding_auto);
+    if (!result) {
+        return 0;
+    }
+    const pugi::xml_node root = doc->doc.document_element();
+    if (!root || HasDuplicateAttributes(root)) {
+        return 0;
+    }
+    if (!rootTag.IsEmpty() && rootTag.ToUtf8() != root.name()) {
+        return 0;
+    }
+    m_node = RecordOf(root);
+    m_cursor = nullptr;
+    m_doc = std::move(doc);
+    return 1;
+}
+
+CXML CXML::Clone() const {
+    CXML copy;
+    if (!m_node) {
+        return copy;
+    }
+    copy.m_doc = std::make_shared<XmlDocument>();
+    copy.m_node = RecordOf(copy.m_doc->doc.append_copy(NodeOf(m_node)));
+    return copy;
+}
+
+int CXML::IsValid() const {
+    return m_node ? 1 : 0;
+}
+
+CXML CXML::GetFirstChild() {
+    m_cursor = m_node ? RecordOf(FirstElement(NodeOf(m_node))) : nullptr;
+    CXML child;
+    if (m_cursor) {
+        child.m_doc = m_doc;
+        child.m_node = m_cursor;
+    }
+    return child;
+}
+
+CXML CXML::GetNextChild() {
+    m_cursor = m_cursor ? RecordOf(NextElement(NodeOf(m_cursor))) : nullptr;
+    CXML child;
+    if (m_cursor) {
+        child.m_doc = m_doc;
+        child.m_node = m_cursor;
+    }
+    return child;
+}
+
+long CXML::GetChildCount() const {
+    long count = 0;
+    if (m_node) {
+        for (pugi::xml_node c = FirstElement(NodeOf(m_node)); c; c = NextElement(c)) {
+            ++count;
+        }
+    }
+    return count;
+}
+
+CXML CXML::GetChild(const CString& tag) const {
+    CXML child;
+    if (m_node) {
+        const std::string name = tag.ToUtf8();
+        if (pugi::xml_node c = NodeOf(m_node).child(name.c_str())) {
+            child.m_doc = m_doc;
+            child.m_node = RecordOf(c);
+        }
+    }
+    return child;
+}
+
+CString CXML::GetTagName() const {
+    return m_node ? CString::FromUtf8(NodeOf(m_node).name()) : CString();
+}
+
+int CXML::HasAttr(const CString& name) const {
+    return (m_node && NodeOf(m_node).attribute(name.ToUtf8().c_str())) ? 1 : 0;
+}
+
+CString CXML::GetAttr(const CString& name, const CString& def) const {
+    if (!m_node) {
+        return def;
+    }
+    const pugi::xml_attribute attr = NodeOf(m_node).attribute(name.ToUtf8().c_str());
+    return attr ? CString::FromUtf8(attr.value()) : def;
+}
+
+int CXML::GetAttrInt(const CString& name, int def) const {
+    if (!m_node) {
+        return def;
+    }
+    const pugi::xml_attribute attr = NodeOf(m_node).attribute(name.ToUtf8().c_str());
+    int value = def;
+    return (attr && ParseInteger(attr.value(), value)) ? value : def;
+}
+
+int64_t CXML::GetAttrInt64(const CString& name, int64_t def) const {
+    if (!m_node) {
+        return def;
+    }
+    const pugi::xml_attribute attr = NodeOf(m_node).attribute(name.ToUtf8().c_str());
+    int64_t value = def;
+    return (attr && ParseInteger(attr.value(), value)) ? value : def;
+}
+
+double CXML::GetAttrDouble(const CString& name, double def) const {
+    if (!m_node) {
+        return def;
+    }
+    const pugi::xml_attribute attr = NodeOf(m_node).attribute(name.ToUtf8().c_str());
+    double value = def;
+    return (attr && ParseDouble(attr.value(), value)) ? value : def;
+}
+
+namespace {
+
+void SetText8(void* node, const CString& name, const std::string& value) {
+    if (!node) {
+        return;
+    }
+    pugi::xml_node element = NodeOf(node);
+    const std::string key = name.ToUtf8();
+    pugi::xml_attribute attr = element.attribute(key.c_str());
+    if (!attr) {
+        attr = element.append_attribute(key.c_str());
+    }
+    attr.set_value(value.c_str(), value.size());
+}
+
+}  // namespace
+
+void CXML::SetAttr(const CString& name, const CString& value) {
+    SetText8(m_node, name, value.ToUtf8());
+}
+
+void CXML::SetAttr(const CString& name, int value) {
+    SetText8(m_node, name, std::to_string(value));
+}
+
+void CXML::SetAttr(const CString& name, int64_t value) {
+    SetText8(m_node, name, std::to_string(value));
+}
+
+void CXML::SetAttrUnsigned(const CString& name, uint64_t value) {
+    SetText8(m_node, name, std::to_string(value));
+}
+
+void CXML::SetAttr(const CString& name, double value) {
+    // The shortest text that reads back to the same double ("inf", "nan" included).
+    char buffer[64];
+    const auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, value);
+    SetText8(m_node, name, ec == std::errc() ? std::string(buffer, end) : std::string("0"));
+}
+
+void CXML::RemoveAttr(const CString& name) {
+    if (m_node) {
+        NodeOf(m_node).remove_attribute(name.ToUtf8().c_str());
+    }
+}
+
+CString CXML::GetText() const {
+    return m_node ? CString::FromUtf8(NodeOf(m_node).text().get()) : CString();
+}
+
+void CXML::SetText(const CString& text) {
+    if (m_node) {
+        const std::string utf8 = text.ToUtf8();
+        NodeOf(m_node).text().set(utf8.c_str(), utf8.size());
+    }
+}
+
+void CXML::AddChild(const CXML& child) {
+    if (!m_node || !child.m_node) {
+        return;
+    }
+    if (child.m_doc == m_doc) {
+        // Within one tree, copy through a separate tree first, so that a node added
+        // below itself copies the subtree as it was.
+        const CXML copy = child.Clone();
+        NodeOf(m_node).append_copy(NodeOf(copy.m_node));
+    } else {
+        NodeOf(m_node).append_copy(NodeOf(child.m_node));
+    }
+}
+
+CString CXML::ToString(int flag) const {
+    if (!m_node) {
+        return CString();
+    }
+    StringWriter writer;
+    const unsigned int format = flag == FORMAT_INDENT ? pugi::format_indent : pugi::format_raw;
+    NodeOf(m_node).print(writer, "  ", format, pugi::encoding_utf8);
+    while (!writer.text.empty() && writer.text.back() == '\n') {
+        writer.text.pop_back();
+    }
+    return CString::FromUtf8(writer.text);
+}
+
+int CXML::FromString(const CString& text, const CString& rootTag) {
+    const std::string utf8 = text.ToUtf8();
+    return Adopt(utf8.data(), utf8.size(), rootTag);
+}
+
+int CXML::XMLWrite(CFile* file, int /*flag*/) {
+    if (!m_node || !file) {
+        return 0;
+    }
+    StringWriter writer;
+    writer.text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
+    NodeOf(m_node).print(writer, "  ", pugi::format_indent, pugi::encoding_utf8);
+    try {
+        const char* p = writer.text.data();
+        std::size_t left = writer.text.size();
+        while (left > 0) {
+            // CFile::Write takes an unsigned int count; write large trees in slices.
+            const unsigned int slice = left > (1u << 30) ? (1u << 30) : static_cast<unsigned int>(left);
+            file->Write(p, slice);
+            p += slice;
+            left -= slice;
+        }
+    } catch (const CFileException&) {
+        return 0;
+    }
+    return 1;
+}
+
+int CXML::XMLRead(CFile* file, const CString& rootTag, int /*flag*/) {
+    if (!file) {
+        return 0;
+    }
+    std::string data;
+    try {
+        char buffer[65536];
+        for (;;) {
+            const unsigned int n = file->Read(buffer, sizeof buffer);
+            data.append(buffer, n);
+            if (n < sizeof buffer) {
+                break;
+            }
+        }
+    } catch (const CFileException&) {
+        return 0;
+    }
+    return Adopt(data.data(), data.size(), rootTag);
+}
+
+int CXML::IsSameNode(const CXML& other) const {
+    return (m_node && m_node == other.m_node) ? 1 : 0;
+}
