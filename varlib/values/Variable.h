@@ -164,6 +164,21 @@ public:
     int operator>=(const CVariable& other) const;
     // End of operators.
 
+    // XML form (formats/VariableXml.cpp).
+    // A new "VARIABLE" node for the value.
+    CXML ToXml() const;
+    // Reads a "VARIABLE" node into the object.
+    void FromXml(CXML& node);
+    // ToXml(), then CXML::ToString(1).
+    CString ToXmlString() const;
+
+    // JSON form (formats/VariableJson.cpp).
+    // The JSON text of the value; bSuccess 0 and the empty text if it has none.
+    // nIndent: spaces before the line that holds this value (each level adds 4).
+    CString ToJSON(int& bSuccess, int nIndent) const;
+    // Escapes text in place for use inside a JSON string.
+    static void NormalizeJsonString(CString& text);
+
     // Payload and description fields, in their fixed order.
     CVariableArray m_arrayValue;         // ARRAY; owns its elements
     CXML m_xmlValue;                     // XML

@@ -21,6 +21,7 @@
 
 #include <vector>
 
+#include "corelib/XML.h"
 #include "corelib/framework/ByteArray.h"
 #include "corelib/framework/String.h"
 #include "corelib/framework/StringArray.h"
@@ -97,6 +98,12 @@ public:
     // Puts copies of the elements, ascending by CVariable::operator<, into
     // sorted under "0", "1", ...; sorted is not emptied first. Not stable.
     void Sort(CVariableArray& sorted);
+
+    // XML form (formats/VariableXml.cpp): a new "ARRAY" node, one "VARIABLE"
+    // child per element in ordinal order, each with its "Index".
+    CXML ToXml() const;
+    // Reads the children of an "ARRAY" node into the array, merging by index.
+    void FromXml(CXML& node);
 
 protected:
     int m_nCursor;                                           // ordinal the next GetNext... reads
