@@ -5,6 +5,8 @@ packages=(
     g++ cmake ninja-build pkg-config git
     libpugixml-dev
     libgtest-dev libbenchmark-dev
+    clang-14 libclang-rt-14-dev
+    nlohmann-json3-dev rapidjson-dev
 )
 as_root=()
 [ "$(id -u)" -eq 0 ] || as_root=(sudo)
