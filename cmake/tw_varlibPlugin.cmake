@@ -11,7 +11,10 @@ function(tw_add_plugin name)
     endif()
     add_library(${name} MODULE ${ARGN})
     if(TARGET tw_varlib)
+        # Inside the project's own tree: beside the library, where it looks first.
         target_link_libraries(${name} PRIVATE tw_varlib)
+        set_target_properties(${name} PROPERTIES
+            LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_LIBDIR}/tw_varlib/plugins")
     else()
         target_link_libraries(${name} PRIVATE tw::varlib)
     endif()
