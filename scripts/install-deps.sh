@@ -7,6 +7,7 @@ packages=(
     libgtest-dev libbenchmark-dev
     clang-14 libclang-rt-14-dev
     nlohmann-json3-dev rapidjson-dev
+    libcli11-dev
 )
 as_root=()
 [ "$(id -u)" -eq 0 ] || as_root=(sudo)
