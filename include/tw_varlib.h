@@ -35,6 +35,7 @@
 // tw_varlib
 #include "varlib/foundation/ArrayEx.h"
 #include "varlib/foundation/MapEx.h"
+#include "varlib/values/VariableList.h"
 #include "varlib/metadata/FunctionSignature.h"
 #include "varlib/metadata/ModuleMetaInfo.h"
 #include "varlib/metadata/VariableMetaInfo.h"
