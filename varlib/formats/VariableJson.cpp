@@ -1,0 +1,216 @@
+// CVariable: the JSON writer.
+//
+// The text is indented by four spaces a level. An ARRAY becomes a JSON array
+// when the index of its first element reads as a number (CUtility::IsNumber),
+// else a JSON object; the closing bracket of a nested array stands in the
+// column of its own items. XML, UNDEFINED and ARRAY_ELEM values have no JSON
+// form: meeting one anywhere gives bSuccess 0 and the empty text.
+//
+// The walk reads the elements in place by ordinal, without copying a level and
+// without the shared cursor of GetFirstVariable/GetNextVariable, so a walk in
+// progress on the value goes on undisturbed. Nested levels are frames on a
+// vector rather than calls, so nesting depth costs heap, not call stack, and
+// there is no depth cut-off; the text itself grows with depth times the number
+// of lines, as the indentation demands.
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "corelib/Utility.h"
+#include "varlib/values/Variable.h"
+#include "varlib/values/VariableArray.h"
+
+namespace {
+
+constexpr int kIndentStep = 4;
+
+// What a character stands for inside a JSON string; 0 when it stays as it is.
+// Only these five controls, the quote and the backslash are escaped: "/",
+// the other controls and everything above 127 are written raw.
+constexpr char16_t EscapeLetter(char16_t ch) {
+    switch (ch) {
+    case u'\\': return u'\\';
+    case u'"': return u'"';
+    case 8: return u'b';
+    case 12: return u'f';
+    case 10: return u'n';
+    case 13: return u'r';
+    case 9: return u't';
+    default: return 0;
+    }
+}
+
+// One pass that gives what the seven replacements (backslash first) give: no
+// replacement brings in a character that a later one replaces.
+void AppendEscaped(std::u16string& out, std::u16string_view text) {
+    std::size_t runStart = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char16_t letter = EscapeLetter(text[i]);
+        if (letter == 0)
+            continue;
+        out.append(text.data() + runStart, i - runStart);
+        out.push_back(u'\\');
+        out.push_back(letter);
+        runStart = i + 1;
+    }
+    out.append(text.data() + runStart, text.size() - runStart);
+}
+
+void AppendQuoted(std::u16string& out, std::u16string_view text) {
+    out.push_back(u'"');
+    AppendEscaped(out, text);
+    out.push_back(u'"');
+}
+
+void AppendAscii(std::u16string& out, const char* first, const char* last) { out.append(first, last); }
+
+void AppendInteger(std::u16string& out, int64_t value) {
+    char buffer[24];
+    const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
+    AppendAscii(out, buffer, result.ptr);
+}
+
+// The "%f" text of ToString(0): fixed point with six decimals. to_chars gives
+// printf's exact, correctly rounded digits without the locale and the format
+// parsing; NaN and the infinities go through ToString so that they read as
+// the platform's printf writes them.
+void AppendDouble(std::u16string& out, const CVariable& value) {
+    if (!std::isfinite(value.m_dValue)) {
+        out += value.ToString(0).View();
+        return;
+    }
+    char buffer[400];   // DBL_MAX has 309 integer digits
+    const auto result = std::to_chars(buffer, buffer + sizeof buffer, value.m_dValue, std::chars_format::fixed, 6);
+    AppendAscii(out, buffer, result.ptr);
+}
+
+void AppendSpaces(std::u16string& out, int64_t count) {
+    if (count > 0)
+        out.append(static_cast<std::size_t>(count), u' ');
+}
+
+// Writes a value that is not an ARRAY; false if it has no JSON form.
+bool AppendScalar(std::u16string& out, const CVariable& value) {
+    if (value.IsString()) {
+        AppendQuoted(out, value.m_strValue.View());
+    } else if (value.IsDouble()) {
+        AppendDouble(out, value);
+    } else if (value.IsInteger()) {
+        AppendInteger(out, value.m_nValue);   // the number, never an enumeration name
+    } else if (value.IsChar()) {
+        // CHAR and BYTE are written as their code, a JSON number: the one-character
+        // text of ToString would be a bare letter (not JSON) or, quoted, could hold
+        // a NUL or a lone surrogate. The parser reads the code back as an INT.
+        AppendInteger(out, value.m_chValue);
+    } else if (value.IsByte()) {
+        AppendInteger(out, value.m_byteValue);
+    } else if (value.IsXml()) {
+        return false;
+    } else if (value.IsPdu()) {
+        out += value.m_pduValue.ToJSON().View();
+    } else if (value.IsVb()) {
+        out += value.m_vbValue.ToJSON().View();
+    } else if (value.IsTime()) {
+        // The local date "dd.mm.yyyy"; a time outside the local-time range throws from ToString.
+        AppendQuoted(out, value.ToString(0).View());
+    } else {
+        return false;   // UNDEFINED, ARRAY_ELEM and numbers outside the type table
+    }
+    return true;
+}
+
+}  // namespace
+
+CString CVariable::ToJSON(int& bSuccess, int nIndent) const {
+    // One array level being written.
+    struct JsonFrame {
+        const CVariableArray* pArray;
+        int nOrdinal;      // next element to write
+        int64_t nIndent;   // indentation of the line that holds the array's value
+        bool bObject;      // a JSON object (first index not a number) rather than an array
+    };
+
+    bSuccess = 1;
+    std::u16string out;
+    if (!IsArray()) {
+        if (!AppendScalar(out, *this)) {
+            bSuccess = 0;
+            return CString();
+        }
+        return CString(std::move(out));
+    }
+
+    std::vector<JsonFrame> frames;
+    // Opens the array held by value; false for one without elements. The
+    // element's index is the key it is stored under (what a copy of the
+    // element would carry in m_strIndex).
+    const auto open = [&frames, &out](const CVariable& value, int64_t nValueIndent) {
+        const CString* pFirstIndex = nullptr;
+        if (value.m_arrayValue.ElementAt(0, &pFirstIndex) == nullptr)
+            return false;
+        const bool bObject = CUtility::IsNumber(*pFirstIndex) == 0;
+        out += bObject ? u"{\n" : u"[\n";
+        frames.push_back({&value.m_arrayValue, 0, nValueIndent, bObject});
+        return true;
+    };
+
+    // An ARRAY without elements has the empty text at the top.
+    if (!open(*this, nIndent))
+        return CString();
+
+    while (!frames.empty()) {
+        JsonFrame& frame = frames.back();
+        const CString* pIndex = nullptr;
+        const CVariable* pElement = frame.pArray->ElementAt(frame.nOrdinal, &pIndex);
+        const int64_t nItemIndent = frame.nIndent + kIndentStep;
+        if (pElement == nullptr) {
+            // Close: the last ",\n" goes (cut as a character set), and a nested
+            // array's bracket goes in the column of its items.
+            const std::size_t keep = out.find_last_not_of(u",\n");
+            out.resize(keep == std::u16string::npos ? 0 : keep + 1);
+            out.push_back(u'\n');
+            if (frame.nIndent > 0)
+                AppendSpaces(out, nItemIndent);
+            out.push_back(frame.bObject ? u'}' : u']');
+            frames.pop_back();
+            if (!frames.empty())
+                out += u",\n";
+            continue;
+        }
+        ++frame.nOrdinal;
+        AppendSpaces(out, nItemIndent);
+        if (frame.bObject) {
+            AppendQuoted(out, pIndex->View());
+            out += u" : ";
+        }
+        if (pElement->IsArray()) {
+            // A nested array without elements is written as "[]": its empty text
+            // would leave nothing after the separator, which no JSON reader takes,
+            // and with no first index there is nothing to choose an object by.
+            if (!open(*pElement, nItemIndent))   // invalidates frame
+                out += u"[],\n";
+            continue;
+        }
+        if (!AppendScalar(out, *pElement)) {
+            bSuccess = 0;
+            return CString();
+        }
+        out += u",\n";
+    }
+    return CString(std::move(out));
+}
+
+void CVariable::NormalizeJsonString(CString& text) {
+    const std::u16string_view view = text.View();
+    const auto needsEscape = [](char16_t ch) { return EscapeLetter(ch) != 0; };
+    if (std::none_of(view.begin(), view.end(), needsEscape))
+        return;
+    std::u16string escaped;
+    escaped.reserve(view.size() + view.size() / 8 + 2);
+    AppendEscaped(escaped, view);
+    text = CString(std::move(escaped));
+}
