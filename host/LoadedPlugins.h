@@ -1,0 +1,31 @@
+// CLoadedPlugins: the plug-in registry of the process, loaded for one command.
+//
+// The constructor points CUtility at the chosen directory and loads every
+// module in it; the destructor unloads them, so that each module gets its
+// PlgCleanUp however the command ends. One object at a time: the registry is
+// a process-wide singleton.
+#pragma once
+
+#include <string>
+
+#include "corelib/framework/String.h"
+#include "varlib/plugins/PluginRegistry.h"
+
+class CLoadedPlugins {
+public:
+    // strPluginDir empty: CUtility's default directory. An exception that a
+    // module throws from GetMetaInfo while loading comes out as a
+    // std::runtime_error with its message, the modules unloaded.
+    explicit CLoadedPlugins(const std::string& strPluginDir);
+    ~CLoadedPlugins();
+    CLoadedPlugins(const CLoadedPlugins&) = delete;
+    CLoadedPlugins& operator=(const CLoadedPlugins&) = delete;
+
+    CPluginRegistry& GetRegistry() const { return *m_pRegistry; }
+    // The directory searched, as CUtility gives it (ending in "/").
+    CString GetPluginDir() const { return m_strPluginDir; }
+
+private:
+    CPluginRegistry* m_pRegistry;
+    CString m_strPluginDir;
+};

@@ -1,0 +1,42 @@
+// twhost: the platform's host program. It loads the plug-in modules (*.twp)
+// of a directory, lists them and calls their functions.
+#include <iostream>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+#include "corelib/Utility.h"
+#include "host/CommandContext.h"
+#include "host/ExitCode.h"
+#include "host/PluginCommands.h"
+
+int main(int argc, char** argv) {
+    CLI::App app("Host of the network-management platform's plug-in modules (NAME.twp): lists them and calls "
+                 "their functions.",
+                 "twhost");
+    CCommandContext context;
+    app.add_option("--plugin-dir", context.m_strPluginDir,
+                   "Directory of the plug-in modules (default: " +
+                       CUtility::UTF16toUTF8(CUtility::GetPluginDir()) + ")")
+        ->check(CLI::ExistingDirectory);
+    app.require_subcommand(1);
+    // Options of twhost may also follow the subcommand: "twhost plugins --plugin-dir DIR".
+    app.fallthrough();
+    app.footer("Exit status: 0 success, 1 the function failed or gave no value, 2 bad command line or arguments,\n"
+               "3 unknown function, 4 arguments refused by the plug-in.");
+
+    RegisterPluginCommands(app, context);
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& e) {
+        // Help and version exit with 0; every other parse error is a usage error.
+        return app.exit(e) == 0 ? EXIT_OK : EXIT_USAGE;
+    }
+    try {
+        return context.m_action ? context.m_action() : static_cast<int>(EXIT_USAGE);
+    } catch (const std::exception& e) {
+        std::cerr << "twhost: " << e.what() << '\n';
+        return EXIT_FAILED;
+    }
+}
