@@ -39,3 +39,4 @@
 #include "varlib/metadata/FunctionSignature.h"
 #include "varlib/metadata/ModuleMetaInfo.h"
 #include "varlib/metadata/VariableMetaInfo.h"
+#include "varlib/formats/JSON.h"
