@@ -32,8 +32,9 @@ void CVariableList::FromXml(CXML& node) {
     CXML parent(node);
     SetSize(0);
     for (CXML child = parent.GetFirstChild(); child.IsValid(); child = parent.GetNextChild()) {
-        CVariable item;
-        item.FromXml(child);
-        Add(item);
+        // Read in place into a fresh item rather than copying a read one in:
+        // an ARRAY item would otherwise be built twice.
+        const intptr_t last = Add(CVariable());
+        GetAt(last).FromXml(child);
     }
 }
