@@ -40,7 +40,12 @@ CVariable::CVariable(const CTime& timeValue) { ConstructTime(timeValue); }
 CVariable::CVariable(unsigned char byteValue) { ConstructByte(byteValue); }
 CVariable::CVariable(char16_t chValue) { ConstructChar(chValue); }
 CVariable::CVariable(const CVariableArray& arrayValue) { ConstructArray(arrayValue); }
-CVariable::CVariable(const CVariable& src) { Copy(src); }
+// A new value can't lie inside src: its array is copied in place, with no
+// array built aside first.
+CVariable::CVariable(const CVariable& src) {
+    CopyAllButArray(src);
+    m_arrayValue.CopyIntoEmpty(src.m_arrayValue);
+}
 
 // The elements of m_arrayValue go with it; its destructor frees them without
 // recursion, however deep they nest.

@@ -22,7 +22,8 @@ struct CVariableArray::CopyJob {
 
 CVariableArray::CVariableArray() : m_nCursor(0) {}
 
-CVariableArray::CVariableArray(const CVariableArray& src) : CVariableArray() { Copy(src); }
+// A new array can't lie inside src, so the copy is built in place.
+CVariableArray::CVariableArray(const CVariableArray& src) : CVariableArray() { CopyIntoEmpty(src); }
 
 CVariableArray::~CVariableArray() { CleanUp(); }
 
@@ -113,6 +114,16 @@ void CVariableArray::FillFrom(const CVariableArray& src, std::vector<CopyJob>& j
         m_mapOrder.SetAt(pPair->key, pPair->value);
 }
 
+void CVariableArray::CopyIntoEmpty(const CVariableArray& src) {
+    std::vector<CopyJob> jobs;
+    FillFrom(src, jobs);
+    while (!jobs.empty()) {
+        const CopyJob job = jobs.back();
+        jobs.pop_back();
+        job.pTarget->FillFrom(*job.pSource, jobs);
+    }
+}
+
 // Takes over the elements of an array built aside; this array is empty. Each
 // map is filled in reverse walk order so that every bucket's chain, and with it
 // the walk order, comes out as in src.
@@ -154,13 +165,7 @@ void CVariableArray::Copy(const CVariableArray& src) {
     if (&src == this)
         return;
     CVariableArray fresh;
-    std::vector<CopyJob> jobs;
-    fresh.FillFrom(src, jobs);
-    while (!jobs.empty()) {
-        const CopyJob job = jobs.back();
-        jobs.pop_back();
-        job.pTarget->FillFrom(*job.pSource, jobs);
-    }
+    fresh.CopyIntoEmpty(src);
 
     std::vector<CVariable*> old;
     DetachAll(old);

@@ -120,6 +120,8 @@ private:
     // Copies src's elements in its walk order into this empty array, then its
     // order; nested arrays become jobs instead of recursion.
     void FillFrom(const CVariableArray& src, std::vector<CopyJob>& jobs);
+    // Deep copy of src into this array, which is empty and lies nowhere inside src.
+    void CopyIntoEmpty(const CVariableArray& src);
     // Takes over every element of src (built aside by Copy), leaving src empty.
     void MoveFrom(CVariableArray& src);
     // Moves every element out of both maps (into out) and resets the cursor.
