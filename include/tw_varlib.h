@@ -39,4 +39,7 @@
 #include "varlib/metadata/FunctionSignature.h"
 #include "varlib/metadata/ModuleMetaInfo.h"
 #include "varlib/metadata/VariableMetaInfo.h"
+#include "varlib/plugins/PluginKit.h"
+#include "varlib/plugins/PluginProxy.h"
+#include "varlib/plugins/PluginRegistry.h"
 #include "varlib/formats/JSON.h"
