@@ -1,5 +1,8 @@
 #include "corelib/Utility.h"
 
+#include <dlfcn.h>
+#include <limits.h>
+#include <stdlib.h>
 #include <unistd.h>
 
 #include <mutex>
@@ -15,6 +18,34 @@ CString WithSlash(const CString& dir) {
         return dir;
     }
     return dir + u'/';
+}
+
+// An address inside this library for dladdr. A function of internal linkage,
+// because the address of an exported one may be a stub in the executable.
+void LibraryAnchor() {}
+
+// The directory that holds this library, with a trailing "/";
+// GetExecutableDir() if the loader can't name it.
+CString LibraryDir() {
+    Dl_info info{};
+    if (::dladdr(reinterpret_cast<void*>(&LibraryAnchor), &info) == 0 || !info.dli_fname) {
+        return CUtility::GetExecutableDir();
+    }
+    std::string dir(info.dli_fname);
+    const std::size_t slash = dir.rfind('/');
+    if (slash == std::string::npos) {
+        return CUtility::GetExecutableDir();
+    }
+    dir.resize(slash == 0 ? 1 : slash);
+    // The loader names the library as it found it, e.g. "/opt/tw/bin/../lib/...".
+    char resolved[PATH_MAX];
+    if (::realpath(dir.c_str(), resolved)) {
+        dir = resolved;
+    }
+    if (dir.back() != '/') {
+        dir += '/';
+    }
+    return CString::FromUtf8(dir);
 }
 
 }  // namespace
@@ -40,7 +71,7 @@ CString CUtility::GetPluginDir() {
             return g_pluginDir;
         }
     }
-    return GetExecutableDir() + u"plugins/";
+    return LibraryDir() + u"tw_varlib/plugins/";
 }
 
 CString CUtility::GetWebDir() {
@@ -50,7 +81,7 @@ CString CUtility::GetWebDir() {
             return g_webDir;
         }
     }
-    return GetExecutableDir() + u"web/";
+    return LibraryDir() + u"tw_varlib/web/";
 }
 
 void CUtility::SetPluginDir(const CString& dir) {

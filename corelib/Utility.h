@@ -10,11 +10,15 @@
 
 class CUtility {
 public:
-    // Directory searched for plug-in modules (*.twp). Default: "plugins/" beside the
-    // running executable (from /proc/self/exe), or "./plugins/" if that can't be read.
+    // Directory searched for plug-in modules (*.twp). Default: "tw_varlib/plugins/" in
+    // the directory that holds the tw_corelib shared library (found with dladdr, ".."
+    // and links resolved), so an installed host finds the installed plug-ins and one
+    // in the build tree those built there; GetExecutableDir() stands in for that
+    // directory if the loader can't name it.
     static CString GetPluginDir();
-    // Directory that the web server serves, where reports go. Default: "web/" beside
-    // the running executable, or "./web/" if that can't be read.
+    // Directory that the web server serves, where reports go. Default:
+    // "tw_varlib/web/" beside the plug-in directory, by the same rule, so that one
+    // installation keeps its data in one place.
     static CString GetWebDir();
     // Replace the directories; a missing trailing "/" is added. An empty text restores the default.
     static void SetPluginDir(const CString& dir);

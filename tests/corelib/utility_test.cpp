@@ -1,6 +1,8 @@
 // CUtility: directories, UTF-16 to UTF-8, IsNumber; CTWMQMessageRegistry names.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
 #include <string>
 
 #include "corelib/TWMQMessageRegistry.h"
@@ -19,6 +21,21 @@ std::string Hex(const std::string& bytes) {
         out += digits[c & 0xF];
     }
     return out;
+}
+
+// The directory of the mapped tw_corelib file, as the kernel names it (links
+// resolved), with a trailing "/"; empty if it is not mapped.
+std::string CorelibDirFromMaps() {
+    std::ifstream maps("/proc/self/maps");
+    std::string line;
+    while (std::getline(maps, line)) {
+        const std::size_t path = line.find('/');
+        if (path != std::string::npos && line.find("/libtw_corelib.so", path) != std::string::npos) {
+            const std::string file = line.substr(path);
+            return std::filesystem::canonical(file).parent_path().string() + "/";
+        }
+    }
+    return std::string();
 }
 
 // Restores both directories to their defaults at the end of a test.
@@ -79,13 +96,15 @@ TEST(Utility, Utf8ToUtf16) {
     EXPECT_EQ(CUtility::UTF8toUTF16("a\xFFz"), CString(u"a\uFFFDz"));
 }
 
-TEST(Utility, DefaultDirectoriesAreBesideTheExecutable) {
+TEST(Utility, DefaultDirectoriesAreBesideTheLibrary) {
     DirectoryGuard guard;
     const CString exe = CUtility::GetExecutableDir();
     ASSERT_FALSE(exe.IsEmpty());
     EXPECT_EQ(exe[exe.GetLength() - 1], u'/');
-    EXPECT_EQ(CUtility::GetPluginDir(), exe + u"plugins/");
-    EXPECT_EQ(CUtility::GetWebDir(), exe + u"web/");
+    const std::string library = CorelibDirFromMaps();
+    ASSERT_FALSE(library.empty()) << "libtw_corelib is not in /proc/self/maps";
+    EXPECT_EQ(CUtility::UTF16toUTF8(CUtility::GetPluginDir()), library + "tw_varlib/plugins/");
+    EXPECT_EQ(CUtility::UTF16toUTF8(CUtility::GetWebDir()), library + "tw_varlib/web/");
 }
 
 TEST(Utility, SetDirectoriesAddsTheTrailingSlash) {
@@ -112,7 +131,7 @@ TEST(Utility, SetDirectoriesAddsTheTrailingSlash) {
     EXPECT_EQ(CUtility::GetPluginDir(), CString(u"/p/"));
     EXPECT_EQ(CUtility::GetWebDir(), CString(u"/w/"));
     CUtility::SetPluginDir(CString());
-    EXPECT_EQ(CUtility::GetPluginDir(), CUtility::GetExecutableDir() + u"plugins/");
+    EXPECT_EQ(CUtility::UTF16toUTF8(CUtility::GetPluginDir()), CorelibDirFromMaps() + "tw_varlib/plugins/");
     EXPECT_EQ(CUtility::GetWebDir(), CString(u"/w/"));
 }
 
