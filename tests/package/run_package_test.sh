@@ -26,4 +26,4 @@ test -f "$first/lib/tw_varlib/plugins/hello.twp" || { echo "tw_add_plugin did no
 mkdir -p "$(dirname "$moved")"
 mv "$first" "$moved"
 unset LD_LIBRARY_PATH
-"$moved/bin/tw_consumer" "$moved/lib/tw_varlib/plugins/hello.twp"
+"$moved/bin/tw_consumer" "$moved/lib/tw_varlib/plugins"

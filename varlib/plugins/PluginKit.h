@@ -11,20 +11,21 @@
 //     TW_DECLARE_PLUGIN();
 //
 //     CModuleMetaInfo GetMetaInfo() {
-//         CModuleMetaInfo info;
-//         info.SetName(u"Hello");
 //         CModuleMetaInfo::CFunctionMap functions;
 //         CString name(u"Greet");
-//         CFunctionSignature greeting;
-//         functions[name].Add(greeting);
+//         CFunctionSignature greet;   // describe the parameters for people here
+//         functions[name].Add(greet);
+//         CModuleMetaInfo info;
+//         info.SetName(u"Hello");
 //         info.SetFunctionsMetaInfo(functions);
 //         return info;
 //     }
-//     CVariable ExecuteFunction(const CString& function, const CVariableList& arguments) {
-//         return CVariable(CString(u"Hello, ") + arguments[0].ToString(0));
-//     }
 //     int ValidateArguments(const CString& function, const CVariableList& arguments) {
-//         return function == u"Greet" && arguments.GetSize() == 1;
+//         return function == CString(u"Greet") && arguments.GetSize() == 1 ? 1 : 0;
+//     }
+//     CVariable ExecuteFunction(const CString& function, const CVariableList& arguments) {
+//         if (!ValidateArguments(function, arguments)) return CVariable();   // not always validated first
+//         return CVariable(CString(u"Hello, ") + arguments[0].ToString(0));
 //     }
 //     void PlgCleanUp() {}
 //
