@@ -126,10 +126,16 @@ bool AppendScalar(std::u16string& out, const CVariable& value) {
 }  // namespace
 
 CString CVariable::ToJSON(int& bSuccess, int nIndent) const {
-    // One array level being written.
+    // An element to write and the index it is stored under (what a copy of
+    // the element would carry in m_strIndex).
+    struct JsonItem {
+        const CVariable* pElement;
+        const CString* pIndex;
+    };
+    // One array level being written: its items are items[nNext, nEnd).
     struct JsonFrame {
-        const CVariableArray* pArray;
-        int nOrdinal;      // next element to write
+        std::size_t nBegin;
+        std::size_t nNext;
         int64_t nIndent;   // indentation of the line that holds the array's value
         bool bObject;      // a JSON object (first index not a number) rather than an array
     };
@@ -144,17 +150,32 @@ CString CVariable::ToJSON(int& bSuccess, int nIndent) const {
         return CString(std::move(out));
     }
 
+    // The items of every open level, innermost last. A level's elements are
+    // gathered in one tight loop when it opens: the ordinal lookups of one
+    // level don't depend on each other, so their cache misses overlap instead
+    // of each waiting behind the writing of the element before.
+    std::vector<JsonItem> items;
     std::vector<JsonFrame> frames;
-    // Opens the array held by value; false for one without elements. The
-    // element's index is the key it is stored under (what a copy of the
-    // element would carry in m_strIndex).
-    const auto open = [&frames, &out](const CVariable& value, int64_t nValueIndent) {
-        const CString* pFirstIndex = nullptr;
-        if (value.m_arrayValue.ElementAt(0, &pFirstIndex) == nullptr)
+    // Opens the array held by value; false for one without elements.
+    const auto open = [&items, &frames, &out](const CVariable& value, int64_t nValueIndent) {
+        const CVariableArray& array = value.m_arrayValue;
+        const std::size_t begin = items.size();
+        const int count = static_cast<int>(array.GetCount());
+        items.reserve(begin + static_cast<std::size_t>(count));
+        // Ordinals run from 0 without a gap; the walk ends at the first one missing.
+        for (int ordinal = 0; ordinal < count; ++ordinal) {
+            const CString* pIndex = nullptr;
+            const CVariable* pElement = array.ElementAt(ordinal, &pIndex);
+            if (pElement == nullptr)
+                break;
+            __builtin_prefetch(&pElement->m_eType);
+            items.push_back({pElement, pIndex});
+        }
+        if (items.size() == begin)
             return false;
-        const bool bObject = CUtility::IsNumber(*pFirstIndex) == 0;
+        const bool bObject = CUtility::IsNumber(*items[begin].pIndex) == 0;
         out += bObject ? u"{\n" : u"[\n";
-        frames.push_back({&value.m_arrayValue, 0, nValueIndent, bObject});
+        frames.push_back({begin, begin, nValueIndent, bObject});
         return true;
     };
 
@@ -164,10 +185,8 @@ CString CVariable::ToJSON(int& bSuccess, int nIndent) const {
 
     while (!frames.empty()) {
         JsonFrame& frame = frames.back();
-        const CString* pIndex = nullptr;
-        const CVariable* pElement = frame.pArray->ElementAt(frame.nOrdinal, &pIndex);
         const int64_t nItemIndent = frame.nIndent + kIndentStep;
-        if (pElement == nullptr) {
+        if (frame.nNext == items.size()) {
             // Close: the last ",\n" goes (cut as a character set), and a nested
             // array's bracket goes in the column of its items.
             const std::size_t keep = out.find_last_not_of(u",\n");
@@ -176,26 +195,27 @@ CString CVariable::ToJSON(int& bSuccess, int nIndent) const {
             if (frame.nIndent > 0)
                 AppendSpaces(out, nItemIndent);
             out.push_back(frame.bObject ? u'}' : u']');
+            items.resize(frame.nBegin);
             frames.pop_back();
             if (!frames.empty())
                 out += u",\n";
             continue;
         }
-        ++frame.nOrdinal;
+        const JsonItem item = items[frame.nNext++];
         AppendSpaces(out, nItemIndent);
         if (frame.bObject) {
-            AppendQuoted(out, pIndex->View());
+            AppendQuoted(out, item.pIndex->View());
             out += u" : ";
         }
-        if (pElement->IsArray()) {
+        if (item.pElement->IsArray()) {
             // A nested array without elements is written as "[]": its empty text
             // would leave nothing after the separator, which no JSON reader takes,
             // and with no first index there is nothing to choose an object by.
-            if (!open(*pElement, nItemIndent))   // invalidates frame
+            if (!open(*item.pElement, nItemIndent))   // invalidates frame
                 out += u"[],\n";
             continue;
         }
-        if (!AppendScalar(out, *pElement)) {
+        if (!AppendScalar(out, *item.pElement)) {
             bSuccess = 0;
             return CString();
         }
