@@ -83,7 +83,7 @@ public:
     // carry the element's own name as prefix.
     CString ToString(const CString& prefix) const;
     // The texts of the non-array elements joined by ";", trailing ";" cut.
-    CString ToDelimitedString();
+    CString ToDelimitedString() const;
 
     // Bulk fills under "0", "1", ...; elements under other indexes stay.
     void ConstructFromByteArray(const CByteArray& source);      // BYTE elements

@@ -144,7 +144,7 @@ CString CVariableArray::ToString(const CString& prefix) const {
     return text;
 }
 
-CString CVariableArray::ToDelimitedString() {
+CString CVariableArray::ToDelimitedString() const {
     CString text;
     const int count = static_cast<int>(GetCount());
     for (int ordinal = 0; ordinal < count; ++ordinal) {
