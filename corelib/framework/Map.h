@@ -2,17 +2,20 @@
 //
 // The bucket count (17 until InitHashTable sets another) never changes by
 // itself, and it alone decides the walk order: buckets ascending, and within
-// a bucket from the chain's head, so the newest node first. The cost of a
-// lookup is decided by a second, private index (open addressing over the
-// nodes' full hashes, grown as the map grows), so Lookup, operator[], SetAt
-// and RemoveKey cost O(1) on average however long the chains get. Nodes come
-// from blocks of nBlockSize and go back to a free list; removing the last
-// node releases everything (RemoveAll). An empty map allocates nothing.
+// a bucket from the chain's head, so the newest node first. While the chains
+// are short (at most two nodes a bucket on average) a lookup walks its chain;
+// past that the map builds a private index (open addressing over the nodes'
+// full hashes, grown as the map grows), so Lookup, operator[], SetAt and
+// RemoveKey cost O(1) on average however long the chains get. Nodes come from
+// blocks that double from 2 nodes up to nBlockSize, so a map of a few pairs
+// stays small, and go back to a free list; removing the last node releases
+// everything (RemoveAll). An empty map allocates nothing.
 //
 // Pointers to pairs (PLookup, PGetFirstAssoc) and positions stay valid until
 // that pair is removed. Not thread-safe: one map belongs to one thread at a time.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -128,10 +131,14 @@ public:
                 }
         }
         m_pHashTable.reset();
-        m_index.clear();
-        m_index.shrink_to_fit();
-        m_blocks.clear();
-        m_blocks.shrink_to_fit();
+        m_index.reset();
+        m_nIndexCapacity = 0;
+        while (m_pBlocks) {
+            Slot* next = m_pBlocks->nextBlock;
+            delete[] m_pBlocks;
+            m_pBlocks = next;
+        }
+        m_nNextBlockSize = 0;
         m_pFreeList = nullptr;
         m_nCount = 0;
     }
@@ -227,7 +234,8 @@ private:
     union Slot {
         Slot() : nextFree(nullptr) {}
         ~Slot() {}
-        Slot* nextFree;
+        Slot* nextFree;    // a free slot: the next free one
+        Slot* nextBlock;   // slot 0 of a block: the next block
         CAssoc node;
     };
 
@@ -235,13 +243,17 @@ private:
 
     void AllocTable() { m_pHashTable.reset(new CAssoc*[m_nHashTableSize]()); }
 
+    // A block is an array of slots; its slot 0 links the chain of blocks.
     void AddBlock() {
-        const auto n = static_cast<std::size_t>(m_nBlockSize);
-        m_blocks.emplace_back(new Slot[n]);
-        Slot* block = m_blocks.back().get();
-        for (std::size_t i = n; i-- > 0;) {
-            block[i].nextFree = m_pFreeList;
-            m_pFreeList = &block[i];
+        const intptr_t cap = m_nBlockSize;
+        const intptr_t n = m_nNextBlockSize == 0 ? std::min<intptr_t>(2, cap) : std::min<intptr_t>(m_nNextBlockSize, cap);
+        m_nNextBlockSize = std::min<intptr_t>(n * 2, cap);
+        Slot* slots = new Slot[static_cast<std::size_t>(n) + 1];
+        slots[0].nextBlock = m_pBlocks;
+        m_pBlocks = slots;
+        for (intptr_t i = n; i >= 1; --i) {
+            slots[i].nextFree = m_pFreeList;
+            m_pFreeList = &slots[i];
         }
     }
 
@@ -265,7 +277,12 @@ private:
     }
     CAssoc* Find(ARG_KEY key, unsigned int hash) const {
         if (m_nCount == 0) return nullptr;
-        const std::size_t mask = m_index.size() - 1;
+        if (!m_index) {
+            for (CAssoc* p = m_pHashTable[hash % m_nHashTableSize]; p; p = p->pNext)
+                if (p->nHashValue == hash && KeysEqual(p->key, key)) return p;
+            return nullptr;
+        }
+        const std::size_t mask = m_nIndexCapacity - 1;
         for (std::size_t i = Home(hash);; i = (i + 1) & mask) {
             CAssoc* p = m_index[i];
             if (!p) return nullptr;
@@ -273,16 +290,20 @@ private:
         }
     }
     void IndexInsert(CAssoc* pAssoc) {
-        const std::size_t mask = m_index.size() - 1;
+        if (!m_index) return;
+        const std::size_t mask = m_nIndexCapacity - 1;
         std::size_t i = Home(pAssoc->nHashValue);
         while (m_index[i]) i = (i + 1) & mask;
         m_index[i] = pAssoc;
     }
+    // Builds or grows the index once the chains average more than two nodes.
     void IndexReserve(intptr_t count) {
-        if (static_cast<std::size_t>(count) * 4 <= m_index.size() * 3) return;
-        std::size_t capacity = m_index.empty() ? 16 : m_index.size() * 2;
+        if (!m_index && static_cast<uint64_t>(count) <= 2ull * m_nHashTableSize) return;
+        if (static_cast<std::size_t>(count) * 4 <= m_nIndexCapacity * 3) return;
+        std::size_t capacity = m_nIndexCapacity ? m_nIndexCapacity * 2 : 16;
         while (static_cast<std::size_t>(count) * 4 > capacity * 3) capacity *= 2;
-        m_index.assign(capacity, nullptr);
+        m_index.reset(new CAssoc*[capacity]());
+        m_nIndexCapacity = capacity;
         int bits = 0;
         while ((std::size_t{1} << bits) < capacity) ++bits;
         m_nIndexShift = 64 - bits;
@@ -291,7 +312,8 @@ private:
     }
     // Backward-shift deletion keeps every probe run unbroken without tombstones.
     void IndexErase(const CAssoc* pAssoc) {
-        const std::size_t mask = m_index.size() - 1;
+        if (!m_index) return;
+        const std::size_t mask = m_nIndexCapacity - 1;
         std::size_t i = Home(pAssoc->nHashValue);
         while (m_index[i] != pAssoc) i = (i + 1) & mask;
         for (std::size_t j = (i + 1) & mask; m_index[j]; j = (j + 1) & mask) {
@@ -310,8 +332,10 @@ private:
     unsigned int m_nHashTableSize = DEFAULT_HASH_TABLE_SIZE;
     intptr_t m_nCount = 0;
     intptr_t m_nBlockSize;
+    intptr_t m_nNextBlockSize = 0;
     Slot* m_pFreeList = nullptr;
-    std::vector<std::unique_ptr<Slot[]>> m_blocks;
-    std::vector<CAssoc*> m_index;
+    Slot* m_pBlocks = nullptr;
+    std::unique_ptr<CAssoc*[]> m_index;   // null while the chains are short
+    std::size_t m_nIndexCapacity = 0;
     int m_nIndexShift = 64;
 };

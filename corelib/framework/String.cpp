@@ -139,11 +139,15 @@ struct Spec {
 
 // Writes an integer or double through snprintf with the spec's flags.
 std::string Printf(const Spec& spec, const char* length, char conv, auto value) {
-    std::string fmt = "%" + spec.flags;
-    if (spec.width >= 0) fmt += std::to_string(spec.width);
-    if (spec.precision >= 0) fmt += "." + std::to_string(spec.precision);
-    fmt += length;
-    fmt += conv;
+    std::string fmt(1, '%');
+    fmt.append(spec.flags);
+    if (spec.width >= 0) fmt.append(std::to_string(spec.width));
+    if (spec.precision >= 0) {
+        fmt.push_back('.');
+        fmt.append(std::to_string(spec.precision));
+    }
+    fmt.append(length);
+    fmt.push_back(conv);
     char small[128];
     const int n = std::snprintf(small, sizeof small, fmt.c_str(), value);
     if (n < 0) return {};
