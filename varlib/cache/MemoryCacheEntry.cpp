@@ -1,0 +1,110 @@
+// CMemoryCacheEntry: the cached value, its reverse index and their XML form.
+#include "varlib/cache/MemoryCacheEntry.h"
+
+#include <algorithm>
+#include <memory>
+
+#include "varlib/values/VariableArray.h"
+
+const CString CMemoryCacheEntry::TAG_NAME(u"MemoryCacheEntry");
+const CString CMemoryCacheEntry::ENTRIES_TAG_NAME(u"ENTRIES");
+const CString CMemoryCacheEntry::ENTRY_TAG_NAME(u"ENTRY");
+
+namespace {
+constexpr const char16_t* kHashTableSizeAttr = u"HashTableSize";
+constexpr const char16_t* kValueAttr = u"Value";
+constexpr const char16_t* kIndexAttr = u"Index";
+}  // namespace
+
+CMemoryCacheEntry::CMemoryCacheEntry() : CMap(10) {}
+
+CMemoryCacheEntry::CMemoryCacheEntry(CXML& node) : CMap(10) { FromXml(node); }
+
+CMemoryCacheEntry::~CMemoryCacheEntry() { Destroy(); }
+
+void CMemoryCacheEntry::Destroy() {
+    RemoveAll();
+    delete m_pVariable;
+    m_pVariable = nullptr;
+}
+
+CVariable* CMemoryCacheEntry::GetVariable() { return m_pVariable; }
+
+void CMemoryCacheEntry::Create(const CVariable& value, const CString& indexField) {
+    Destroy();
+    m_pVariable = new CVariable(value);
+    if (!m_pVariable->IsArray() || indexField.IsEmpty())
+        return;
+    CVariableArray& rows = m_pVariable->m_arrayValue;
+    const intptr_t count = rows.GetCount();
+    if (count == 0)
+        return;   // nothing to index; a bucket count of 0 is no table at all
+    InitHashTable(static_cast<unsigned int>(std::min<intptr_t>(count, UINT32_MAX)));
+
+    CString arrayKey;
+    CVariable* pElement = nullptr;
+    for (int more = rows.GetFirstVariable(arrayKey, pElement); more; more = rows.GetNextVariable(arrayKey, pElement)) {
+        if (pElement == nullptr)
+            continue;
+        if (pElement->IsArray()) {
+            CVariable* pField = nullptr;
+            if (pElement->m_arrayValue.Lookup(indexField, pField) && pField != nullptr)
+                SetAt(pField->ToString(0), arrayKey);
+        } else {
+            SetAt(pElement->ToString(0), arrayKey);
+        }
+    }
+}
+
+void CMemoryCacheEntry::FromXml(CXML& node) {
+    Destroy();
+    // Walk a handle of our own, so that the caller's walk of node stays where it was.
+    CXML source(node);
+    for (CXML child = source.GetFirstChild(); child.IsValid(); child = source.GetNextChild()) {
+        const CString tag = child.GetTagName();
+        if (tag == CVariable::GetTagName()) {
+            // A later "VARIABLE" replaces an earlier one; the new value is read
+            // whole before the old one goes.
+            auto pValue = std::make_unique<CVariable>();
+            pValue->FromXml(child);
+            delete m_pVariable;
+            m_pVariable = pValue.release();
+        } else if (tag == ENTRIES_TAG_NAME) {
+            // HashTableSize is the writer's count of pairs. It is taken as the
+            // bucket count up to the number of ENTRY children really present,
+            // so that a damaged figure cannot claim gigabytes of buckets; 0 or
+            // a negative figure leaves the bucket count as it is.
+            const int nHashTableSize = child.GetAttrInt(kHashTableSizeAttr, 0);
+            if (nHashTableSize > 0) {
+                const long nChildren = child.GetChildCount();
+                const long nBuckets = std::min<long>(nHashTableSize, nChildren);
+                if (nBuckets > 0)
+                    InitHashTable(static_cast<unsigned int>(nBuckets));
+            }
+            for (CXML pair = child.GetFirstChild(); pair.IsValid(); pair = child.GetNextChild())
+                SetAt(pair.GetAttr(kValueAttr, CString()), pair.GetAttr(kIndexAttr, CString()));
+        }
+    }
+}
+
+CXML CMemoryCacheEntry::ToXml() const {
+    CXML node(TAG_NAME);
+    if (m_pVariable != nullptr)
+        node.AddChild(m_pVariable->ToXml());
+    // ENTRIES goes into the tree first and is filled there, and each ENTRY is
+    // appended empty and filled in place through the parent's child walk,
+    // which follows the appends: no filled subtree is copied a second time.
+    node.AddChild(CXML(ENTRIES_TAG_NAME));
+    CXML entries = node.GetChild(ENTRIES_TAG_NAME);
+    entries.SetAttr(kHashTableSizeAttr, static_cast<int>(GetCount()));
+    const CXML prototype(ENTRY_TAG_NAME);
+    bool bStarted = false;
+    for (const CPair* pair = PGetFirstAssoc(); pair != nullptr; pair = PGetNextAssoc(pair)) {
+        entries.AddChild(prototype);
+        CXML entry = bStarted ? entries.GetNextChild() : entries.GetFirstChild();
+        bStarted = true;
+        entry.SetAttr(kValueAttr, pair->key);
+        entry.SetAttr(kIndexAttr, pair->value);
+    }
+    return node;
+}
