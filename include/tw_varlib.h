@@ -43,3 +43,5 @@
 #include "varlib/plugins/PluginProxy.h"
 #include "varlib/plugins/PluginRegistry.h"
 #include "varlib/formats/JSON.h"
+#include "varlib/cache/MemoryCacheEntry.h"
+#include "varlib/cache/MemoryCache.h"
