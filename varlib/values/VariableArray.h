@@ -9,10 +9,12 @@
 // rehash; call PreallocateHashTable before a bulk fill.
 //
 // The array owns its elements: each is a heap CVariable that the array alone
-// deletes. Nesting depth has no limit: copying, destroying and the text forms
-// (ToString, ToDelimitedString) work from an explicit work list rather than the
-// call stack, so an array nested 100,000 levels deep is copied, printed,
-// compared and freed like a flat one; no guard cuts it off.
+// deletes. Nesting depth has no limit and no guard: copying, destroying and
+// ToString work from an explicit work list rather than the call stack (and
+// ToDelimitedString never descends), so an array nested 100,000 levels deep is
+// copied, printed, compared and freed like a flat one, at the cost of heap only.
+// Assignment builds the new elements completely before the old ones go, so an
+// array may be assigned from a part of itself or into one.
 //
 // Threading: no lock. Even a walk changes the object (the shared cursor of
 // GetFirst.../GetNext...), so one thread at a time uses an array; callers that
@@ -55,7 +57,8 @@ public:
     void PreallocateHashTable(unsigned int nSize);
 
     // Takes ownership of pVariable; an existing index keeps its ordinal and its
-    // old element is destroyed (unless it is pVariable itself).
+    // old element is destroyed (unless it is pVariable itself). A null pointer
+    // throws CInvalidArgException and changes nothing.
     void InsertElement(const CString& index, CVariable* pVariable);
     // Removes and destroys the element; an absent index is no error.
     void RemoveVariable(const CString& index);
