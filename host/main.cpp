@@ -19,7 +19,9 @@ int main(int argc, char** argv) {
                    "Directory of the plug-in modules (default: " +
                        CUtility::UTF16toUTF8(CUtility::GetPluginDir()) + ")")
         ->check(CLI::ExistingDirectory);
-    app.require_subcommand(1);
+    // At most one command; none is reported below, so that a misspelt command
+    // is named in CLI11's message rather than hidden behind "required".
+    app.require_subcommand(0, 1);
     // Options of twhost may also follow the subcommand: "twhost plugins --plugin-dir DIR".
     app.fallthrough();
     app.footer("Exit status: 0 success, 1 the function failed or gave no value, 2 bad command line or arguments,\n"
@@ -34,7 +36,11 @@ int main(int argc, char** argv) {
         return app.exit(e) == 0 ? EXIT_OK : EXIT_USAGE;
     }
     try {
-        return context.m_action ? context.m_action() : static_cast<int>(EXIT_USAGE);
+        if (!context.m_action) {
+            std::cerr << "twhost: a command is required: plugins or call (twhost --help tells more)\n";
+            return EXIT_USAGE;
+        }
+        return context.m_action();
     } catch (const std::exception& e) {
         std::cerr << "twhost: " << e.what() << '\n';
         return EXIT_FAILED;

@@ -16,6 +16,11 @@ int64_t ClampToInt(uint64_t value) {
     return static_cast<int64_t>(value > top ? top : value);
 }
 
+// Totals stop at the top rather than wrap round to a small number.
+uint64_t AddSaturating(uint64_t a, uint64_t b) {
+    return a > std::numeric_limits<uint64_t>::max() - b ? std::numeric_limits<uint64_t>::max() : a + b;
+}
+
 void AddCell(CVariableArray& row, const CString& strIndex, const CVariable& value) {
     CVariable* element = new CVariable(value);   // the array owns its elements
     element->SetName(strIndex);
@@ -113,8 +118,8 @@ CString InterfaceReportHtml(const std::vector<InterfaceInfo>& interfaces, const 
     uint64_t txTotal = 0;
     std::size_t up = 0;
     for (const InterfaceInfo& info : interfaces) {
-        rxTotal += info.rxBytes;
-        txTotal += info.txBytes;
+        rxTotal = AddSaturating(rxTotal, info.rxBytes);
+        txTotal = AddSaturating(txTotal, info.txBytes);
         up += info.operState == "up" ? 1 : 0;
     }
     CString summary;

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <iterator>
+#include <cstddef>
+#include <optional>
+#include <utility>
 
 #include "corelib/framework/Exception.h"
 
@@ -60,15 +62,13 @@ CRowTable::CRowTable(const CVariableArray& rows) {
         if (!rows.Lookup(rows.GetIndex(i), row) || row == nullptr || !row->IsArray())
             continue;
         std::vector<std::pair<CString, const CVariable*>> cells;
-        auto insertAt = m_columns.begin();
         for (int j = 0; j < static_cast<int>(row->m_arrayValue.GetCount()); ++j) {
             const CString column = row->m_arrayValue.GetIndex(j);
             CVariable* cell = nullptr;
             row->m_arrayValue.Lookup(column, cell);
             cells.emplace_back(column, cell);
-            const auto found = std::find(m_columns.begin(), m_columns.end(), column);
-            insertAt = found != m_columns.end() ? std::next(found) : std::next(m_columns.insert(insertAt, column));
         }
+        PlaceColumns(cells);
         cellsByRow.push_back(std::move(cells));
     }
     for (const auto& cells : cellsByRow) {
@@ -78,6 +78,33 @@ CRowTable::CRowTable(const CVariableArray& rows) {
             row[static_cast<std::size_t>(found - m_columns.begin())] = cell;
         }
         m_rows.push_back(std::move(row));
+    }
+}
+
+void CRowTable::PlaceColumns(const std::vector<std::pair<CString, const CVariable*>>& cells) {
+    // Where the next new column of this row goes: after the row's previous
+    // column, or, at the row's start, before the first column that the table
+    // already knows (at the end if it knows none).
+    std::optional<std::size_t> insertAt;
+    for (std::size_t i = 0; i < cells.size(); ++i) {
+        const CString& column = cells[i].first;
+        const auto found = std::find(m_columns.begin(), m_columns.end(), column);
+        if (found != m_columns.end()) {
+            insertAt = static_cast<std::size_t>(found - m_columns.begin()) + 1;
+            continue;
+        }
+        if (!insertAt) {
+            insertAt = m_columns.size();
+            for (std::size_t j = i + 1; j < cells.size(); ++j) {
+                const auto known = std::find(m_columns.begin(), m_columns.end(), cells[j].first);
+                if (known != m_columns.end()) {
+                    insertAt = static_cast<std::size_t>(known - m_columns.begin());
+                    break;
+                }
+            }
+        }
+        m_columns.insert(m_columns.begin() + static_cast<std::ptrdiff_t>(*insertAt), column);
+        ++*insertAt;
     }
 }
 

@@ -3,14 +3,16 @@
 // Each element of the outer ARRAY is one row, itself an ARRAY from column
 // name (the element's index) to cell. This is the shape of netinfo's
 // InterfaceList and of a JSON array of objects. The columns are the union of
-// the rows' indexes: a column that a later row brings in is placed after the
-// column that precedes it in that row, so rows that skip a column keep the
-// others in their natural order. A row that lacks a column has no cell there.
+// the rows' indexes, in the order of the first row, and a column that a later
+// row brings in is placed next to its neighbour in that row (after the one
+// before it, or before the one after it), so that rows that skip a column keep
+// the others in their natural order. A row that lacks a column has no cell there.
 //
 // The table keeps pointers into the rows it was built from, which must stay
 // unchanged while the table is used.
 #pragma once
 
+#include <utility>
 #include <vector>
 
 #include "corelib/framework/String.h"
@@ -52,6 +54,9 @@ public:
     static CString CellText(const CVariable& cell);
 
 private:
+    // Adds the columns of one row that the table doesn't know yet.
+    void PlaceColumns(const std::vector<std::pair<CString, const CVariable*>>& cells);
+
     std::vector<CString> m_columns;
     // One entry per row: the cell of each column, by column position, or null.
     std::vector<std::vector<const CVariable*>> m_rows;

@@ -1,0 +1,53 @@
+// faulty.twp: every function fails in its own way, so that twhost's tests can
+// check that each failure ends in a message and an exit status, not a crash.
+#include <cstdint>
+
+#include "corelib/framework/InvalidArgException.h"
+#include "corelib/framework/Time.h"
+#include "varlib/plugins/PluginKit.h"
+
+TW_DECLARE_PLUGIN();
+
+namespace {
+
+constexpr const char16_t* kFunctions[] = {u"ThrowPlatform", u"ThrowOther", u"NoValue", u"BadTime", u"Xml",
+                                          u"RefuseInValidate"};
+
+}  // namespace
+
+CModuleMetaInfo GetMetaInfo() {
+    CModuleMetaInfo info;
+    info.SetName(u"faulty");
+    info.SetVersion(u"0");
+    CModuleMetaInfo::CFunctionMap functions;
+    for (const char16_t* name : kFunctions) {
+        CString key(name);
+        CFunctionSignature signature;
+        CVariableMetaInfo result;
+        result.SetType(VT_UNDEFINED);
+        signature.SetReturnValue(result);
+        functions[key].Add(signature);
+    }
+    info.SetFunctionsMetaInfo(functions);
+    return info;
+}
+
+CVariable ExecuteFunction(const CString& function, const CVariableList&) {
+    if (function == u"ThrowPlatform")
+        throw CInvalidArgException("faulty: the platform's exception");
+    if (function == u"ThrowOther")
+        throw 42;
+    if (function == u"BadTime")
+        return CVariable(CTime(INT64_MAX));   // no local date: its text throws
+    if (function == u"Xml")
+        return CVariable(CXML(CString(u"<a x=\"1\"><b/></a>"), CString()));
+    return CVariable();
+}
+
+int ValidateArguments(const CString& function, const CVariableList&) {
+    if (function == u"RefuseInValidate")
+        throw CInvalidArgException("faulty: refused by throwing");
+    return 1;
+}
+
+void PlgCleanUp() {}
