@@ -550,8 +550,9 @@ TEST(VariableXml, ReadingFromOwnPayload) {
 // Nesting has no limit: 100,000 levels go out as text and come back.
 TEST(VariableXml, DeepNestingRoundTrips) {
     constexpr int kDepth = 100000;
-    CVariable root{CVariableArray()};
-    CVariable* pLevel = &root;
+    CVariableList list;
+    list.Add(CVariable(CVariableArray()));
+    CVariable* pLevel = &list[0];   // built in place: no deep copy into the list
     for (int i = 0; i < kDepth; ++i) {
         auto* pNext = new CVariable(CVariableArray());
         pLevel->m_arrayValue.InsertElement(u"0", pNext);
@@ -559,8 +560,6 @@ TEST(VariableXml, DeepNestingRoundTrips) {
     }
     pLevel->m_arrayValue.InsertElement(u"leaf", new CVariable(42));
 
-    CVariableList list;
-    list.Add(root);
     const CString text = list.ToXml().ToString(1);
     CXML node(text, u"VARIABLE_LIST");
     ASSERT_TRUE(node.IsValid());
