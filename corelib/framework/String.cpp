@@ -130,21 +130,21 @@ std::string EncodeUtf8(std::u16string_view in) {
 }
 
 // One conversion of a format: %[flags][width][.precision][length]conv.
-struct Spec {
+struct Conversion {
     std::string flags;
     int width = -1;          // -1: none; -2: '*' not supported, treated as none
     int precision = -1;
     char conv = 0;
 };
 
-// Writes an integer or double through snprintf with the spec's flags.
-std::string Printf(const Spec& spec, const char* length, char conv, auto value) {
+// Writes an integer or double through snprintf with the conversion's flags.
+std::string Printf(const Conversion& cv, const char* length, char conv, auto value) {
     std::string fmt(1, '%');
-    fmt.append(spec.flags);
-    if (spec.width >= 0) fmt.append(std::to_string(spec.width));
-    if (spec.precision >= 0) {
+    fmt.append(cv.flags);
+    if (cv.width >= 0) fmt.append(std::to_string(cv.width));
+    if (cv.precision >= 0) {
         fmt.push_back('.');
-        fmt.append(std::to_string(spec.precision));
+        fmt.append(std::to_string(cv.precision));
     }
     fmt.append(length);
     fmt.push_back(conv);
@@ -158,13 +158,13 @@ std::string Printf(const Spec& spec, const char* length, char conv, auto value) 
     return big;
 }
 
-// Pads a text to the spec's width, left-justified with the '-' flag.
-void AppendPadded(std::u16string& out, const Spec& spec, std::u16string_view text) {
+// Pads a text to the conversion's width, left-justified with the '-' flag.
+void AppendPadded(std::u16string& out, const Conversion& cv, std::u16string_view text) {
     std::size_t len = text.size();
-    if (spec.precision >= 0 && static_cast<std::size_t>(spec.precision) < len) len = static_cast<std::size_t>(spec.precision);
-    const std::size_t pad = (spec.width > 0 && static_cast<std::size_t>(spec.width) > len)
-                                ? static_cast<std::size_t>(spec.width) - len : 0;
-    const bool left = spec.flags.find('-') != std::string::npos;
+    if (cv.precision >= 0 && static_cast<std::size_t>(cv.precision) < len) len = static_cast<std::size_t>(cv.precision);
+    const std::size_t pad = (cv.width > 0 && static_cast<std::size_t>(cv.width) > len)
+                                ? static_cast<std::size_t>(cv.width) - len : 0;
+    const bool left = cv.flags.find('-') != std::string::npos;
     if (!left) out.append(pad, u' ');
     out.append(text.substr(0, len));
     if (left) out.append(pad, u' ');
@@ -174,14 +174,14 @@ uint64_t Truncated(uint64_t u, unsigned bytes) {
     return bytes >= 8 ? u : (u & ((uint64_t{1} << (8 * bytes)) - 1));
 }
 
-void AppendConversion(std::u16string& out, const Spec& spec, const tw::detail::FormatArg& a) {
+void AppendConversion(std::u16string& out, const Conversion& cv, const tw::detail::FormatArg& a) {
     using Kind = tw::detail::FormatArg::Kind;
-    switch (spec.conv) {
+    switch (cv.conv) {
     case 'd':
     case 'i': {
         int64_t v = a.i;
         if (a.kind == Kind::Double) v = (a.d >= -9.2e18 && a.d <= 9.2e18) ? static_cast<int64_t>(a.d) : 0;
-        const std::string s = Printf(spec, "ll", 'd', static_cast<long long>(v));
+        const std::string s = Printf(cv, "ll", 'd', static_cast<long long>(v));
         out.append(s.begin(), s.end());
         return;
     }
@@ -192,7 +192,7 @@ void AppendConversion(std::u16string& out, const Spec& spec, const tw::detail::F
         // A negative integer shows as the unsigned value of its own width, as printf does.
         uint64_t v = Truncated(a.u, a.kind == Kind::Signed ? a.bytes : 8);
         if (a.kind == Kind::Double) v = (a.d >= 0 && a.d <= 1.8e19) ? static_cast<uint64_t>(a.d) : 0;
-        const std::string s = Printf(spec, "ll", spec.conv, static_cast<unsigned long long>(v));
+        const std::string s = Printf(cv, "ll", cv.conv, static_cast<unsigned long long>(v));
         out.append(s.begin(), s.end());
         return;
     }
@@ -207,31 +207,31 @@ void AppendConversion(std::u16string& out, const Spec& spec, const tw::detail::F
         double d = a.d;
         if (a.kind == Kind::Signed || a.kind == Kind::Char) d = static_cast<double>(a.i);
         if (a.kind == Kind::Unsigned) d = static_cast<double>(a.u);
-        const std::string s = Printf(spec, "", spec.conv, d);
+        const std::string s = Printf(cv, "", cv.conv, d);
         out.append(s.begin(), s.end());
         return;
     }
     case 'c': {
         const char16_t ch = static_cast<char16_t>(a.u);
-        AppendPadded(out, Spec{spec.flags, spec.width, -1, 'c'}, std::u16string_view(&ch, 1));
+        AppendPadded(out, Conversion{cv.flags, cv.width, -1, 'c'}, std::u16string_view(&ch, 1));
         return;
     }
     case 's': {
         if (a.kind == Kind::Text16) {
-            AppendPadded(out, spec, std::u16string_view(a.text16, a.length));
+            AppendPadded(out, cv, std::u16string_view(a.text16, a.length));
         } else if (a.kind == Kind::Text8) {
             const std::u16string wide = DecodeUtf8(std::string_view(a.text8, a.length));
-            AppendPadded(out, spec, wide);
+            AppendPadded(out, cv, wide);
         } else if (a.kind == Kind::Char) {
             const char16_t ch = static_cast<char16_t>(a.u);
-            AppendPadded(out, spec, std::u16string_view(&ch, 1));
+            AppendPadded(out, cv, std::u16string_view(&ch, 1));
         } else {
             // A number under %s: its plain decimal form.
-            Spec plain;
+            Conversion plain;
             plain.conv = a.kind == Kind::Double ? 'g' : (a.kind == Kind::Unsigned ? 'u' : 'd');
             std::u16string number;
             AppendConversion(number, plain, a);
-            AppendPadded(out, spec, number);
+            AppendPadded(out, cv, number);
         }
         return;
     }
@@ -472,21 +472,21 @@ void CString::FormatList(const char16_t* format, const tw::detail::FormatArg* ar
             ++p;
             continue;
         }
-        Spec spec;
-        while (*p == u'-' || *p == u'+' || *p == u' ' || *p == u'#' || *p == u'0') spec.flags += static_cast<char>(*p++);
+        Conversion cv;
+        while (*p == u'-' || *p == u'+' || *p == u' ' || *p == u'#' || *p == u'0') cv.flags += static_cast<char>(*p++);
         if (*p == u'*') {
             ++p;  // a width taken from the arguments is not supported: ignored
         }
         while (*p >= u'0' && *p <= u'9') {
-            spec.width = (spec.width < 0 ? 0 : spec.width) * 10 + (*p++ - u'0');
-            if (spec.width > 4096) spec.width = 4096;
+            cv.width = (cv.width < 0 ? 0 : cv.width) * 10 + (*p++ - u'0');
+            if (cv.width > 4096) cv.width = 4096;
         }
         if (*p == u'.') {
             ++p;
-            spec.precision = 0;
+            cv.precision = 0;
             while (*p >= u'0' && *p <= u'9') {
-                spec.precision = spec.precision * 10 + (*p++ - u'0');
-                if (spec.precision > 4096) spec.precision = 4096;
+                cv.precision = cv.precision * 10 + (*p++ - u'0');
+                if (cv.precision > 4096) cv.precision = 4096;
             }
         }
         // Length modifiers carry no meaning here: each argument has its own type.
@@ -497,9 +497,9 @@ void CString::FormatList(const char16_t* format, const tw::detail::FormatArg* ar
             else break;
         }
         if (!*p) break;
-        spec.conv = static_cast<char>(*p < 0x80 ? *p : '?');
+        cv.conv = static_cast<char>(*p < 0x80 ? *p : '?');
         ++p;
-        if (next < count) AppendConversion(out, spec, args[next++]);
+        if (next < count) AppendConversion(out, cv, args[next++]);
     }
     m_str.swap(out);
 }
