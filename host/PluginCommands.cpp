@@ -102,10 +102,12 @@ int PrintPlugins(const CLoadedPlugins& plugins) {
         const CModuleMetaInfo info = registry.GetPluginModuleMetaInfo(name);
         if (info.GetName().IsEmpty() && info.GetFunctionsMetaInfo().GetCount() == 0)
             continue;   // a module that failed to load has nothing more to say
-        std::cout << "  Module:      " << Utf8(info.GetName()) << '\n'
-                  << "  Version:     " << Utf8(info.GetVersion()) << '\n'
-                  << "  Description: " << Utf8(info.GetDescription()) << '\n'
-                  << "  Functions:\n";
+        std::cout << "  Module:      " << Utf8(info.GetName()) << '\n';
+        if (!info.GetVersion().IsEmpty())
+            std::cout << "  Version:     " << Utf8(info.GetVersion()) << '\n';
+        if (!info.GetDescription().IsEmpty())
+            std::cout << "  Description: " << Utf8(info.GetDescription()) << '\n';
+        std::cout << "  Functions:\n";
         const CModuleMetaInfo::CFunctionMap functions = info.GetFunctionsMetaInfo();
         for (const CString& function : SortedFunctionNames(info)) {
             CString key(function);

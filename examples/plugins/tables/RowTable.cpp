@@ -154,10 +154,8 @@ int CRowTable::CompareCells(const CVariable& a, const CVariable& b) {
 }
 
 CString CRowTable::CellText(const CVariable& cell) {
-    if (cell.IsArray()) {
-        CVariableArray copy(cell.m_arrayValue);   // ToDelimitedString moves the cursor
-        return copy.ToDelimitedString();
-    }
+    if (cell.IsArray())
+        return cell.m_arrayValue.ToDelimitedString();
     try {
         return cell.ToString(0);
     } catch (const CException&) {
