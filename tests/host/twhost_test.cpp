@@ -285,6 +285,18 @@ TEST_F(FaultyPlugins, EveryFailureOfAModuleEndsInAMessage) {
     }
 }
 
+TEST_F(FaultyPlugins, ModuleThatThrowsWhileLoadingStopsTheCommand) {
+    fs::copy_file(TW_FAULTY_AT_LOAD_MODULE_PATH, m_dir.Path() / "faulty_at_load.twp");
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"plugins"}, std::vector<std::string>{"call", "Xml"}}) {
+        SCOPED_TRACE(arguments.front());
+        const HostRun run = Host(arguments);
+        EXPECT_EQ(run.status, 1) << Describe(run);
+        EXPECT_EQ(run.err.rfind("twhost: loading the plug-ins failed: ", 0), 0u) << Describe(run);
+        EXPECT_NE(run.err.find("faulty: no information to give"), std::string::npos) << Describe(run);
+    }
+}
+
 TEST_F(FaultyPlugins, ValueWithoutJsonFormIsPrintedAsText) {
     const HostRun run = Host({"call", "Xml", "[]"});
     ASSERT_EQ(run.status, 0) << Describe(run);

@@ -1,5 +1,6 @@
 // faulty.twp: every function fails in its own way, so that twhost's tests can
 // check that each failure ends in a message and an exit status, not a crash.
+// Built a second time with TW_FAULTY_AT_LOAD, it fails already while loading.
 #include <cstdint>
 
 #include "corelib/framework/InvalidArgException.h"
@@ -16,6 +17,9 @@ constexpr const char16_t* kFunctions[] = {u"ThrowPlatform", u"ThrowOther", u"NoV
 }  // namespace
 
 CModuleMetaInfo GetMetaInfo() {
+#ifdef TW_FAULTY_AT_LOAD
+    throw CInvalidArgException("faulty: no information to give");
+#endif
     CModuleMetaInfo info;
     info.SetName(u"faulty");
     info.SetVersion(u"0");
