@@ -45,13 +45,6 @@ TEST(HtmlTable, EscapesEverythingAndFillsShortRows) {
     ExpectWellFormed(html, u"table");
 }
 
-TEST(HtmlTable, CellClassJoinsTheNumericClass) {
-    CHtmlTable table;
-    table.AddColumn(u"state", true);
-    table.AddRow({{u"up", u"state-up"}});
-    EXPECT_NE(table.Render().Find(u"<td class=\"num state-up\">up</td>"), -1);
-}
-
 TEST(HtmlPage, IsWellFormedWithTitleAndBodyEscaped) {
     CHtmlPage page(u"Title <script>alert('x')</script>");
     page.AddNote(u"note & more");

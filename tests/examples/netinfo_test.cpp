@@ -281,17 +281,3 @@ TEST_F(FakeKernel, UnreadableCountersGiveAnErrorPageAndNoRows) {
     ExpectWellFormed(report.m_strValue, u"html");
     EXPECT_FALSE(module.ExecuteFunction(u"InterfaceList", {}).IsValid());
 }
-
-TEST(NetInfoModule, DeclaresTwoFormsOfEachFunction) {
-    const CModuleMetaInfo info = CNetInfoModule().GetMetaInfo();
-    EXPECT_EQ(info.GetName(), CString(u"netinfo"));
-    CModuleMetaInfo::CFunctionMap functions = info.GetFunctionsMetaInfo();
-    EXPECT_EQ(functions.GetCount(), 2);
-    for (const char16_t* name : {u"InterfaceList", u"InterfaceReport"}) {
-        SCOPED_TRACE(CString(name));
-        CString key(name);
-        CModuleMetaInfo::CSignatureArray signatures;
-        ASSERT_TRUE(functions.Lookup(key, signatures));
-        EXPECT_EQ(signatures.GetSize(), 2);
-    }
-}

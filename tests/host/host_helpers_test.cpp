@@ -1,5 +1,4 @@
-// twhost's helpers: JSON arguments into a list, results into text, signatures
-// into lines.
+// twhost's helpers: JSON arguments into a list, results into text.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -7,11 +6,9 @@
 #include <vector>
 
 #include "corelib/XML.h"
-#include "corelib/framework/Array.h"
 #include "corelib/framework/Time.h"
 #include "host/ArgumentReader.h"
 #include "host/ResultPrinter.h"
-#include "host/SignatureText.h"
 #include "varlib/values/Variable.h"
 #include "varlib/values/VariableArray.h"
 
@@ -99,32 +96,4 @@ TEST(ResultPrinter, TextFormPrintsTheValueItself) {
     EXPECT_EQ(CResultPrinter::Format(CVariable(CString(u"<p>")), true), "<p>\n");
     EXPECT_EQ(CResultPrinter::Format(CVariable(2.5), true), "2.500000\n");
     EXPECT_THROW(CResultPrinter::Format(CVariable(CTime(INT64_MAX)), false), CException);
-}
-
-TEST(SignatureText, NamesTypesAndParameters) {
-    CVariableMetaInfo rows;
-    rows.SetName(u"rows");
-    rows.SetType(VT_ARRAY);
-    CVariableMetaInfo unnamed;
-    unnamed.SetType(VT_INT);
-    CVariableMetaInfo result;
-    result.SetType(VT_STRING);
-    CArray<CVariableMetaInfo, const CVariableMetaInfo&> parameters;
-    parameters.Add(rows);
-    parameters.Add(unnamed);
-    CFunctionSignature signature;
-    signature.SetParameters(parameters);
-    signature.SetReturnValue(result);
-    EXPECT_EQ(SignatureText(u"TableReport", signature), "TableReport(ARRAY rows, INT) -> STRING");
-    EXPECT_EQ(SignatureText(u"F", CFunctionSignature()), "F() -> UNDEFINED");
-
-    CVariableList arguments;
-    EXPECT_EQ(ArgumentTypesText(arguments), "()");
-    EXPECT_FALSE(ArgumentsHaveTypes(arguments, signature));
-    arguments.Add(CVariable(CVariableArray()));
-    arguments.Add(CVariable(3));
-    EXPECT_EQ(ArgumentTypesText(arguments), "(ARRAY, INT)");
-    EXPECT_TRUE(ArgumentsHaveTypes(arguments, signature));
-    arguments[1] = CVariable(3.0);
-    EXPECT_FALSE(ArgumentsHaveTypes(arguments, signature));
 }
