@@ -49,25 +49,6 @@ TEST(VariableList, CopiesAreDeepAndSelfAssignmentKeepsItems) {
     EXPECT_EQ(source[1].m_arrayValue.GetCount(), 1);
 }
 
-// Items keep what their source had: no index text is set, the element flag stays.
-TEST(VariableList, ItemsAreNotArrayElements) {
-    CVariable element(3);
-    element.SetArrayElementInfo(u"idx");
-    CVariableList list;
-    list.Add(CVariable(4));
-    list.Add(element);
-    EXPECT_EQ(list[0].m_bArrayElement, 0);
-    EXPECT_TRUE(list[0].m_strIndex.IsEmpty());
-    EXPECT_EQ(list[1].m_bArrayElement, 1);
-    EXPECT_EQ(list[1].m_strIndex, CString(u"idx"));
-
-    // Nor does the XML form carry an index for them.
-    CXML node = list.ToXml();
-    EXPECT_EQ(node.GetTagName(), CString(u"VARIABLE_LIST"));
-    for (CXML child = node.GetFirstChild(); child.IsValid(); child = node.GetNextChild())
-        EXPECT_EQ(child.HasAttr(u"Index"), 0);
-}
-
 TEST(VariableList, FromXmlReplacesTheItems) {
     const struct {
         const char* label;

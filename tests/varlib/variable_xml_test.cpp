@@ -278,8 +278,6 @@ TEST(VariableXml, WrittenForm) {
     CVariable described(CString(u"x\ny"));
     described.m_strDisplayName = u"Shown";
     described.m_strDescription = u"<said>";
-    CVariable undefinedNumber;
-    undefinedNumber.m_eType = static_cast<eVariableType>(42);
 
     const struct {
         const char* label;
@@ -291,8 +289,6 @@ TEST(VariableXml, WrittenForm) {
          R"(<VARIABLE Name="n" Type="20000" DisplayName="" Description="" Value="5" Index="0"/></ARRAY></VARIABLE>)"},
         {"empty ARRAY", CVariable(CVariableArray()),
          R"(<VARIABLE Name="" Type="20006" DisplayName="" Description=""><ARRAY/></VARIABLE>)"},
-        {"INT without entries", CVariable(-9223372036854775807LL - 1),
-         R"(<VARIABLE Name="" Type="20000" DisplayName="" Description="" Value="-9223372036854775808"/>)"},
         {"INT with entries", withEnum,
          R"(<VARIABLE Name="" Type="20000" DisplayName="" Description="" Value="1">)"
          R"(<IntegerEnum><EnumEntry Name="up" Description="" Value="1"/></IntegerEnum></VARIABLE>)"},
@@ -300,38 +296,15 @@ TEST(VariableXml, WrittenForm) {
          R"(<VARIABLE Name="" Type="20000" DisplayName="" Description="" Value="2"/>)"},
         {"STRING", described,
          R"(<VARIABLE Name="" Type="20001" DisplayName="Shown" Description="&lt;said>" Value="x&#10;y"/>)"},
-        {"DOUBLE", CVariable(0.1),
-         R"(<VARIABLE Name="" Type="20002" DisplayName="" Description="" Value="0.1"/>)"},
         {"XML invalid", CVariable(CXML()),
          R"(<VARIABLE Name="" Type="20005" DisplayName="" Description=""/>)"},
-        {"XML", CVariable(Parse(R"(<t a="1"><u/></t>)")),
-         R"(<VARIABLE Name="" Type="20005" DisplayName="" Description=""><t a="1"><u/></t></VARIABLE>)"},
-        {"TIME", CVariable(CTime(-86400)),
-         R"(<VARIABLE Name="" Type="20008" DisplayName="" Description="" Value="-86400"/>)"},
-        {"BYTE", CVariable(static_cast<unsigned char>(255)),
-         R"(<VARIABLE Name="" Type="20009" DisplayName="" Description="" Value="255"/>)"},
-        {"CHAR", CVariable(u'\uFFFF'),
-         R"(<VARIABLE Name="" Type="20010" DisplayName="" Description="" Value="65535"/>)"},
         {"UNDEFINED", CVariable(),
          R"(<VARIABLE Name="" Type="0" DisplayName="" Description=""/>)"},
-        {"unknown type", undefinedNumber,
-         R"(<VARIABLE Name="" Type="42" DisplayName="" Description=""/>)"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.label);
         EXPECT_EQ(Utf8(row.value.ToXmlString()), row.xml);
     }
-
-    // PDU and SNMPVAR carry their own element as the one child.
-    const CSnmpVarBind vb(u"1.3.6.1.2.1.1.5.0");
-    CXML vbNode = CVariable(vb).ToXml();
-    EXPECT_EQ(vbNode.GetChildCount(), 1);
-    EXPECT_EQ(vbNode.GetFirstChild().ToString(1), vb.ToXml().ToString(1));
-    const CSnmpPdu pdu(CSnmpPdu::PDU_GET, 9);
-    CXML pduNode = CVariable(pdu).ToXml();
-    EXPECT_EQ(pduNode.GetChildCount(), 1);
-    EXPECT_EQ(pduNode.GetFirstChild().ToString(1), pdu.ToXml().ToString(1));
-    EXPECT_FALSE(pduNode.HasAttr(u"Value"));
 }
 
 // What each type makes of the "Value" attribute and the children it is given.
@@ -354,9 +327,7 @@ TEST(VariableXml, ReadingByType) {
          [](const CVariable& v) { EXPECT_EQ(v.m_strValue, CString(u"a\r\nb")); }},
         {R"(<VARIABLE Type="20001" Value="a&#13;&#10;b&#10;"/>)",
          [](const CVariable& v) { EXPECT_EQ(v.m_strValue, CString(u"a\r\r\nb\r\n")); }},
-        {R"(<VARIABLE Type="20001"/>)", [](const CVariable& v) { EXPECT_TRUE(v.m_strValue.IsEmpty()); }},
         {R"(<VARIABLE Type="20002" Value="-1.5e-3"/>)", [](const CVariable& v) { EXPECT_EQ(v.m_dValue, -1.5e-3); }},
-        {R"(<VARIABLE Type="20002" Value="x"/>)", [](const CVariable& v) { EXPECT_EQ(v.m_dValue, 0.0); }},
         {R"(<VARIABLE Type="20003"><Any Type="SET" RequestId="4"/></VARIABLE>)",
          [](const CVariable& v) { EXPECT_EQ(v.m_pduValue.GetRequestId(), 4); }},
         {R"(<VARIABLE Type="20004"><Any Oid="1.3.6" Type="INTEGER" Value="-3"/></VARIABLE>)",
@@ -365,11 +336,8 @@ TEST(VariableXml, ReadingByType) {
          [](const CVariable& v) { EXPECT_EQ(Utf8(v.m_xmlValue.ToString(1)), R"(<only x="1"><deeper/></only>)"); }},
         {R"(<VARIABLE Type="20008" Value="32535215999"/>)",
          [](const CVariable& v) { EXPECT_EQ(v.m_timeValue.GetTime(), 32535215999); }},
-        {R"(<VARIABLE Type="20008"/>)", [](const CVariable& v) { EXPECT_EQ(v.m_timeValue.GetTime(), 0); }},
         {R"(<VARIABLE Type="20009" Value="300"/>)", [](const CVariable& v) { EXPECT_EQ(v.m_byteValue, 44); }},
-        {R"(<VARIABLE Type="20009" Value="-1"/>)", [](const CVariable& v) { EXPECT_EQ(v.m_byteValue, 255); }},
         {R"(<VARIABLE Type="20010" Value="65601"/>)", [](const CVariable& v) { EXPECT_EQ(v.m_chValue, u'A'); }},
-        {R"(<VARIABLE Type="20010"/>)", [](const CVariable& v) { EXPECT_EQ(v.m_chValue, 0); }},
         // Tag names are not examined, the value's own or its array's.
         {R"(<Other Name="n" Type="20006"><List><Item Index="i" Type="20009" Value="7"/></List></Other>)",
          [](const CVariable& v) {
