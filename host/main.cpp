@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 
 #include "corelib/Utility.h"
+#include "host/CacheCommands.h"
 #include "host/CommandContext.h"
 #include "host/ExitCode.h"
 #include "host/PluginCommands.h"
@@ -28,6 +29,7 @@ int main(int argc, char** argv) {
                "3 unknown function, 4 arguments refused by the plug-in.");
 
     RegisterPluginCommands(app, context);
+    RegisterCacheCommands(app, context);
 
     try {
         app.parse(argc, argv);
