@@ -8,24 +8,17 @@
 class TempDir {
 public:
     TempDir() {
-        const char* base = std::getenv("TMPDIR");
-        std::string tmpl = std::string(base && *base ? base : "/tmp") + "/tw_corelib_test_XXXXXX";
-        if (::mkdtemp(tmpl.data())) {
-            m_path = tmpl;
-        }
+        std::string tmpl = (std::filesystem::temp_directory_path() / "tw_corelib_test_XXXXXX").string();
+        if (::mkdtemp(tmpl.data())) m_path = tmpl;
     }
     ~TempDir() {
         std::error_code ec;
-        if (!m_path.empty()) {
-            std::filesystem::remove_all(m_path, ec);
-        }
+        if (!m_path.empty()) std::filesystem::remove_all(m_path, ec);
     }
     TempDir(const TempDir&) = delete;
     TempDir& operator=(const TempDir&) = delete;
 
-    // The directory, without a trailing "/".
-    const std::string& Path() const { return m_path; }
-    // dir + "/" + name
+    const std::string& Path() const { return m_path; }  // without a trailing "/"
     std::string File(const std::string& name) const { return m_path + "/" + name; }
 
 private:
