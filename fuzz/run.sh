@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Usage: fuzz/run.sh BUILD_DIR [SECONDS]
-# Runs every fuzzer of BUILD_DIR/fuzz for SECONDS (default 60) on a scratch
+# Runs every fuzzer of BUILD_DIR/bin for SECONDS (default 60) on a scratch
 # copy of its seed corpus (fuzz/corpus/NAME, NAME without "fuzz_"). Fails on
 # any crash, leak or sanitizer report.
 set -euo pipefail
@@ -9,7 +9,7 @@ build=$1
 seconds=${2:-60}
 status=0
 found=0
-for fuzzer in "$build"/fuzz/fuzz_*; do
+for fuzzer in "$build"/bin/fuzz_*; do
     [ -x "$fuzzer" ] || continue
     found=1
     name=$(basename "$fuzzer")
@@ -29,5 +29,5 @@ for fuzzer in "$build"/fuzz/fuzz_*; do
         status=1
     fi
 done
-[ "$found" -eq 1 ] || { echo "no fuzzers in $build/fuzz"; exit 1; }
+[ "$found" -eq 1 ] || { echo "no fuzzers in $build/bin"; exit 1; }
 exit $status
