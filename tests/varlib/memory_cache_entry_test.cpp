@@ -163,10 +163,10 @@ TEST(MemoryCacheEntry, RoundTripsEveryTypeAndItsIndex) {
     // A value nested far deeper than any call stack would allow.
     // Built from the bottom up by handing each level to the next.
     auto* pLevel = new CVariable(int64_t{1});
-    for (int level = 0; level < 10000; ++level) {
+    for (int level = 0; level < 5000; ++level) {
         auto* pOuter = new CVariable(CVariableArray());
         pOuter->m_arrayValue.InsertElement(u"d", pLevel);
-        pOuter->m_arrayValue.InsertElement(u"t", new CVariable(Str(level == 9999 ? "top" : "x")));
+        pOuter->m_arrayValue.InsertElement(u"t", new CVariable(Str(level == 4999 ? "top" : "x")));
         pLevel = pOuter;
     }
     const std::unique_ptr<CVariable> pDeep(pLevel);

@@ -49,12 +49,20 @@ void CMemoryCache::AddEntry(const CString& key, const CVariable& value, const CS
 }
 
 void CMemoryCache::AddCachedEntry(const CString& key, const CVariable& value, const CString& indexField) {
-    // The new entry is built before the old one goes: a value whose indexing
-    // throws (a TIME beyond the local-time range) leaves the old entry in
-    // place, and value may even be the cached object of this very key.
+    // The index comes first: a value whose indexing throws (a TIME beyond the
+    // local-time range) leaves the old entry in place. The old entry goes
+    // before the value is copied, so that a large table replacing itself
+    // reuses the memory of the old copy instead of doubling the peak. Storing
+    // the cached value of this key again takes it over without a copy; a
+    // value that lies inside it must be copied by the caller first.
     auto pEntry = std::make_unique<CMemoryCacheEntry>();
-    pEntry->Create(value, indexField);
+    pEntry->BuildIndex(value, indexField);
+    CMemoryCacheEntry* pOld = nullptr;
+    if (m_entries.Lookup(key, pOld) && pOld != nullptr && pOld->m_pVariable == &value)
+        std::swap(pEntry->m_pVariable, pOld->m_pVariable);
     RemoveCachedEntry(key);
+    if (pEntry->m_pVariable == nullptr)
+        pEntry->m_pVariable = new CVariable(value);
     m_entries.SetAt(key, pEntry.get());
     pEntry.release();
 }
@@ -108,12 +116,19 @@ CString CMemoryCache::ToString() {
 
 CXML CMemoryCache::ToXml() const {
     CXML root(TAG_NAME);
+    // Each entry element is appended empty and filled in place through the
+    // root's child walk, which follows the appends: no entry is built in a
+    // tree of its own and copied over.
+    const CXML prototype(CMemoryCacheEntry::TAG_NAME);
+    bool bStarted = false;
     for (const auto* pair = m_entries.PGetFirstAssoc(); pair != nullptr; pair = m_entries.PGetNextAssoc(pair)) {
         if (pair->value == nullptr)
             continue;
-        CXML entry = pair->value->ToXml();
+        root.AddChild(prototype);
+        CXML entry = bStarted ? root.GetNextChild() : root.GetFirstChild();
+        bStarted = true;
         entry.SetAttr(kKeyAttr, pair->key);
-        root.AddChild(entry);
+        pair->value->WriteInto(entry);
     }
     return root;
 }

@@ -32,19 +32,23 @@ CVariable* CMemoryCacheEntry::GetVariable() { return m_pVariable; }
 
 void CMemoryCacheEntry::Create(const CVariable& value, const CString& indexField) {
     Destroy();
+    BuildIndex(value, indexField);
     m_pVariable = new CVariable(value);
-    if (!m_pVariable->IsArray() || indexField.IsEmpty())
+}
+
+void CMemoryCacheEntry::BuildIndex(const CVariable& value, const CString& indexField) {
+    if (!value.IsArray() || indexField.IsEmpty())
         return;
-    CVariableArray& rows = m_pVariable->m_arrayValue;
+    const CVariableArray& rows = value.m_arrayValue;
     const intptr_t count = rows.GetCount();
     if (count == 0)
         return;   // nothing to index; a bucket count of 0 is no table at all
     InitHashTable(static_cast<unsigned int>(std::min<intptr_t>(count, UINT32_MAX)));
 
-    CString arrayKey;
-    CVariable* pElement = nullptr;
-    for (int more = rows.GetFirstVariable(arrayKey, pElement); more; more = rows.GetNextVariable(arrayKey, pElement)) {
-        if (pElement == nullptr)
+    for (int ordinal = 0; ordinal < static_cast<int>(count); ++ordinal) {
+        const CString arrayKey = rows.GetIndex(ordinal);
+        CVariable* pElement = nullptr;
+        if (!rows.Lookup(arrayKey, pElement) || pElement == nullptr)
             continue;
         if (pElement->IsArray()) {
             CVariable* pField = nullptr;
@@ -89,6 +93,11 @@ void CMemoryCacheEntry::FromXml(CXML& node) {
 
 CXML CMemoryCacheEntry::ToXml() const {
     CXML node(TAG_NAME);
+    WriteInto(node);
+    return node;
+}
+
+void CMemoryCacheEntry::WriteInto(CXML& node) const {
     if (m_pVariable != nullptr)
         node.AddChild(m_pVariable->ToXml());
     // ENTRIES goes into the tree first and is filled there, and each ENTRY is
@@ -106,5 +115,4 @@ CXML CMemoryCacheEntry::ToXml() const {
         entry.SetAttr(kValueAttr, pair->key);
         entry.SetAttr(kIndexAttr, pair->value);
     }
-    return node;
 }

@@ -54,4 +54,15 @@ protected:
     void Destroy();
 
     CVariable* m_pVariable = nullptr;   // owned; null in a new entry
+
+private:
+    friend class CMemoryCache;
+
+    // The index of Create, read from value itself (the copy has the same
+    // texts), so that a cache can index a value before it lets go of the old
+    // one. The rows are read by position: no array cursor moves.
+    void BuildIndex(const CVariable& value, const CString& indexField);
+    // Adds the children of ToXml to node, an element without children, so that
+    // a cache writes its entries straight into its own tree.
+    void WriteInto(CXML& node) const;
 };
