@@ -365,27 +365,42 @@ int CXML::FromString(const CString& text, const CString& rootTag) {
     return Adopt(utf8.data(), utf8.size(), rootTag);
 }
 
+namespace {
+
+// Hands pugixml's buffered output straight to the file, so that a large tree
+// is never held as one string. The first failed write ends the writing; the
+// rest is dropped and the result reports it.
+struct FileWriter : pugi::xml_writer {
+    explicit FileWriter(CFile* f) : file(f) {}
+    void write(const void* data, size_t size) override {
+        const char* p = static_cast<const char*>(data);
+        try {
+            while (ok && size > 0) {
+                // CFile::Write takes an unsigned int count; write large pieces in slices.
+                const unsigned int slice = size > (1u << 30) ? (1u << 30) : static_cast<unsigned int>(size);
+                file->Write(p, slice);
+                p += slice;
+                size -= slice;
+            }
+        } catch (const CFileException&) {
+            ok = false;
+        }
+    }
+    CFile* file;
+    bool ok = true;
+};
+
+}  // namespace
+
 int CXML::XMLWrite(CFile* file, int /*flag*/) {
     if (!m_node || !file) {
         return 0;
     }
-    StringWriter writer;
-    writer.text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
+    FileWriter writer(file);
+    static constexpr char kDeclaration[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
+    writer.write(kDeclaration, sizeof kDeclaration - 1);
     NodeOf(m_node).print(writer, "  ", pugi::format_indent, pugi::encoding_utf8);
-    try {
-        const char* p = writer.text.data();
-        std::size_t left = writer.text.size();
-        while (left > 0) {
-            // CFile::Write takes an unsigned int count; write large trees in slices.
-            const unsigned int slice = left > (1u << 30) ? (1u << 30) : static_cast<unsigned int>(left);
-            file->Write(p, slice);
-            p += slice;
-            left -= slice;
-        }
-    } catch (const CFileException&) {
-        return 0;
-    }
-    return 1;
+    return writer.ok ? 1 : 0;
 }
 
 int CXML::XMLRead(CFile* file, const CString& rootTag, int /*flag*/) {
@@ -394,6 +409,12 @@ int CXML::XMLRead(CFile* file, const CString& rootTag, int /*flag*/) {
     }
     std::string data;
     try {
+        // Sized once from the file's length where it has one; the loop below
+        // still reads to the real end.
+        const uint64_t length = file->GetLength();
+        if (length > 0 && length < (uint64_t{1} << 31)) {
+            data.reserve(static_cast<std::size_t>(length) + 1);
+        }
         char buffer[65536];
         for (;;) {
             const unsigned int n = file->Read(buffer, sizeof buffer);
