@@ -1,17 +1,25 @@
-// Checks that a generated page or fragment is well-formed XML, which any
-// browser reads and which proves every text was escaped.
+// What the example plug-ins' tests share.
 #pragma once
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
+
 #include "corelib/XML.h"
 #include "corelib/framework/String.h"
+#include "varlib/values/VariableList.h"
 
+// A generated page or fragment must be well-formed XML: any browser reads it,
+// and it proves that every text was escaped.
 inline void ExpectWellFormed(const CString& html, const char16_t* root) {
-    CString document = html;
     // The document type declaration is HTML's, not a part of the tree.
-    if (document.Find(u"<!DOCTYPE html>") == 0)
-        document = document.Mid(15);
-    const CXML tree(document, CString(root));
-    EXPECT_TRUE(tree.IsValid()) << "not well-formed XML with root <" << CString(root) << ">:\n" << html;
+    const CString document = html.Find(u"<!DOCTYPE html>") == 0 ? html.Mid(15) : html;
+    EXPECT_TRUE(CXML(document, CString(root)).IsValid()) << "not well-formed XML:\n" << html;
+}
+
+inline CVariableList Arguments(std::initializer_list<CVariable> values) {
+    CVariableList list;
+    for (const CVariable& value : values)
+        list.Add(value);
+    return list;
 }

@@ -9,27 +9,18 @@
 
 TW_DECLARE_PLUGIN();
 
-namespace {
-
-constexpr const char16_t* kFunctions[] = {u"ThrowPlatform", u"ThrowOther", u"NoValue", u"BadTime", u"Xml",
-                                          u"RefuseInValidate"};
-
-}  // namespace
-
 CModuleMetaInfo GetMetaInfo() {
 #ifdef TW_FAULTY_AT_LOAD
     throw CInvalidArgException("faulty: no information to give");
 #endif
     CModuleMetaInfo info;
     info.SetName(u"faulty");
-    info.SetVersion(u"0");
     CModuleMetaInfo::CFunctionMap functions;
-    for (const char16_t* name : kFunctions) {
+    for (const char16_t* name :
+         {u"ThrowPlatform", u"ThrowOther", u"NoValue", u"BadTime", u"Xml", u"RefuseInValidate"}) {
         CString key(name);
-        CFunctionSignature signature;
-        CVariableMetaInfo result;
-        result.SetType(VT_UNDEFINED);
-        signature.SetReturnValue(result);
+        CFunctionSignature signature;   // no parameters, returning anything
+        signature.SetReturnValue(CVariableMetaInfo());
         functions[key].Add(signature);
     }
     info.SetFunctionsMetaInfo(functions);
