@@ -29,6 +29,16 @@
 //     }
 //     void PlgCleanUp() {}
 //
+// A module whose functions live in one class can let the kit write the four:
+//
+//     TW_IMPLEMENT_PLUGIN(CHelloModule);
+//
+// makes one CHelloModule at the first call (GetMetaInfo, during loading; the
+// static's own guard makes that safe from any thread) and hands every call to
+// its GetMetaInfo(), ExecuteFunction(function, arguments) and
+// ValidateArguments(function, arguments); PlgCleanUp calls its CleanUp() when
+// the class has one.
+//
 // The module links the same tw_varlib as the host and shares its heap: results
 // cross by value and the library destroys them. The two reference arguments
 // belong to the caller and are valid only during the call. GetMetaInfo is
@@ -61,3 +71,28 @@
     static_assert(std::is_same_v<decltype(&ExecuteFunction), CPluginProxy::PFN_EXECUTEFUNCTION>);   \
     static_assert(std::is_same_v<decltype(&ValidateArguments), CPluginProxy::PFN_VALIDATEARGUMENTS>); \
     static_assert(std::is_same_v<decltype(&PlgCleanUp), CPluginProxy::PFN_PLGCLEANUP>)
+
+
+namespace tw::plugin_kit {
+template <class Module>
+void CleanUpIfAny(Module& module) {
+    if constexpr (requires { module.CleanUp(); }) module.CleanUp();
+}
+}  // namespace tw::plugin_kit
+
+// Defines the four entry points over one instance of ModuleClass.
+#define TW_IMPLEMENT_PLUGIN(ModuleClass)                                                             \
+    TW_DECLARE_PLUGIN();                                                                             \
+    static ModuleClass& TwPluginModule() {                                                           \
+        static ModuleClass module;                                                                   \
+        return module;                                                                               \
+    }                                                                                                \
+    CModuleMetaInfo GetMetaInfo() { return TwPluginModule().GetMetaInfo(); }                         \
+    CVariable ExecuteFunction(const CString& function, const CVariableList& arguments) {            \
+        return TwPluginModule().ExecuteFunction(function, arguments);                                \
+    }                                                                                                \
+    int ValidateArguments(const CString& function, const CVariableList& arguments) {                \
+        return TwPluginModule().ValidateArguments(function, arguments);                              \
+    }                                                                                                \
+    void PlgCleanUp() { tw::plugin_kit::CleanUpIfAny(TwPluginModule()); }                            \
+    static_assert(true, "")
