@@ -175,6 +175,15 @@ int Show(const CacheOptions& options) {
     return EXIT_OK;
 }
 
+// True when the file holds the key; otherwise false with a message.
+bool HasKey(CCacheFile& cache, const CString& key, const std::string& strFile) {
+    const std::vector<CString> keys = cache.GetKeys();
+    if (std::ranges::find(keys, key) != keys.end())
+        return true;
+    std::cerr << "twhost: no key " << Quoted(key) << " in " << strFile << '\n';
+    return false;
+}
+
 // The entry's value, or null with a message: for a key that is not there,
 // or an entry without value (the file may hold one).
 const CVariable* FindValue(CCacheFile& cache, const CacheOptions& options) {
@@ -182,10 +191,7 @@ const CVariable* FindValue(CCacheFile& cache, const CacheOptions& options) {
     const CVariable* value = cache.Lookup(key);
     if (value != nullptr)
         return value;
-    const std::vector<CString> keys = cache.GetKeys();
-    if (std::ranges::find(keys, key) == keys.end())
-        std::cerr << "twhost: no key " << Quoted(key) << " in " << options.strFile << '\n';
-    else
+    if (HasKey(cache, key, options.strFile))
         std::cerr << "twhost: the entry " << Quoted(key) << " has no value\n";
     return nullptr;
 }
@@ -206,11 +212,8 @@ int Find(const CacheOptions& options) {
     if (!ReadCacheFile(cache, options.strFile, false))
         return EXIT_FAILED;
     const CString key = Wide(options.strKey);
-    const std::vector<CString> keys = cache.GetKeys();
-    if (std::ranges::find(keys, key) == keys.end()) {
-        std::cerr << "twhost: no key " << Quoted(key) << " in " << options.strFile << '\n';
+    if (!HasKey(cache, key, options.strFile))
         return EXIT_FAILED;
-    }
     CString index;
     if (!cache.FindEntryByValue(key, Wide(options.strValue), index)) {
         std::cerr << "twhost: the index of " << Quoted(key) << " has no text " << Quoted(Wide(options.strValue))
@@ -260,11 +263,8 @@ int Remove(const CacheOptions& options) {
     if (!ReadCacheFile(cache, options.strFile, false))
         return EXIT_FAILED;
     const CString key = Wide(options.strKey);
-    const std::vector<CString> keys = cache.GetKeys();
-    if (std::ranges::find(keys, key) == keys.end()) {
-        std::cerr << "twhost: no key " << Quoted(key) << " in " << options.strFile << '\n';
+    if (!HasKey(cache, key, options.strFile))
         return EXIT_FAILED;
-    }
     cache.RemoveEntry(key);
     return WriteCacheFile(cache, options.strFile) ? EXIT_OK : EXIT_FAILED;
 }

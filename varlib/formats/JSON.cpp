@@ -309,20 +309,8 @@ public:
     void ObjectBody(int& i, int& bSuccess, int nDepth, CVariable& out) {
         BecomeArray(out);
         CVariableArray& members = out.m_arrayValue;
-        for (;;) {
-            int j = i;
-            SkipWhitespace(j);
-            int nLength = 0;
-            const int token = TokenAt(j, nLength);
-            if (token == CJSON::TOKEN_NONE) break;
-            if (token == CJSON::TOKEN_COMMA) {
-                i = j + 1;
-                continue;
-            }
-            if (token == CJSON::TOKEN_OBJECT_CLOSE) {
-                i = j + 1;
-                return;
-            }
+        for (int j = 0, token = 0; (token = NextItem(i, j, CJSON::TOKEN_OBJECT_CLOSE)) != CJSON::TOKEN_NONE;) {
+            if (token == CJSON::TOKEN_OBJECT_CLOSE) return;
             // Whatever else stands here is read as the member's name.
             i = j + 1;
             CString name;
@@ -348,20 +336,8 @@ public:
         BecomeArray(out);
         CVariableArray& elements = out.m_arrayValue;
         int nCount = 0;
-        for (;;) {
-            int j = i;
-            SkipWhitespace(j);
-            int nLength = 0;
-            const int token = TokenAt(j, nLength);
-            if (token == CJSON::TOKEN_NONE) break;
-            if (token == CJSON::TOKEN_COMMA) {
-                i = j + 1;
-                continue;
-            }
-            if (token == CJSON::TOKEN_ARRAY_CLOSE) {
-                i = j + 1;
-                return;
-            }
+        for (int j = 0, token = 0; (token = NextItem(i, j, CJSON::TOKEN_ARRAY_CLOSE)) != CJSON::TOKEN_NONE;) {
+            if (token == CJSON::TOKEN_ARRAY_CLOSE) return;
             auto element = std::make_unique<CVariable>();
             ValueAt(i, j, token, bSuccess, nDepth, *element);
             if (!bSuccess) break;
@@ -373,6 +349,20 @@ public:
     }
 
 private:
+    // Skips blanks and commas from i to the next item of an object or array
+    // and gives its token, with j at its first character; the closing token
+    // is consumed (i past it), and TOKEN_NONE means the text ended first.
+    int NextItem(int& i, int& j, int closeToken) {
+        for (;;) {
+            j = i;
+            SkipWhitespace(j);
+            int nLength = 0;
+            const int token = TokenAt(j, nLength);
+            if (token == CJSON::TOKEN_COMMA || token == closeToken) i = j + 1;
+            if (token != CJSON::TOKEN_COMMA) return token;
+        }
+    }
+
     // Makes a freshly constructed value an empty ARRAY. On a fresh value the
     // type is all that ConstructArray of an empty array would change, and this
     // spares the copy of an empty array for every object and array read.
