@@ -131,18 +131,15 @@ int Serve(const CCommandContext& context, const ServeOptions& options) {
     CReportHttpServer server(manager.Get(), serverOptions);
     server.Bind();
 
+    // Signals are taken from here on: one that comes after the address is out stops the server cleanly.
+    CStopOnSignal stopper(server);
     CStringArray plugins;
     manager.Get().GetPlugins(plugins);
     std::cout << "twhost serve: " << plugins.GetSize() << " plug-in module(s) from "
               << CUtility::UTF16toUTF8(CUtility::GetPluginDir()) << ", reports in " << serverOptions.reportDir.string()
               << "\nOpen " << server.GetAddress() << " in a browser (Ctrl+C stops).\n"
               << std::flush;
-    bool bServed = false;
-    {
-        CStopOnSignal stopper(server);
-        bServed = server.Run();
-    }
-    if (!bServed) {
+    if (!server.Run()) {
         std::cerr << "twhost serve: the server stopped with an error\n";
         return EXIT_FAILED;
     }
