@@ -152,6 +152,8 @@ CReportHttpServer::CReportHttpServer(CReportManager& manager, Options options)
     const std::size_t threads = static_cast<std::size_t>(m_options.nThreads > 0 ? m_options.nThreads : 1);
     server.new_task_queue = [threads] { return new httplib::ThreadPool(threads); };
     server.set_payload_max_length(m_options.nMaxRequestBytes);
+    // Headers and body go out in separate writes: without this each answer waits for a delayed ACK.
+    server.set_tcp_nodelay(true);
     server.set_default_headers({{"X-Content-Type-Options", "nosniff"}});
     server.Post("/messages", [this](const httplib::Request& request, httplib::Response& response) {
         OnMessages(request, response);
