@@ -113,31 +113,25 @@ std::string UrlHost(const std::string& listen) {
     return listen.find(':') != std::string::npos ? "[" + listen + "]" : listen;
 }
 
-// The message that a request body carries, in its XML wire form:
-// <MESSAGE Type="TYPE"> around at most one body element.
+// The message that a request body carries, in its XML wire form.
 bool ReadMessage(const std::string& body, CMessage& message, std::string& strError) {
     CXML root;
     if (!root.FromString(CUtility::UTF8toUTF16(body))) {
         strError = "The body is no XML document.";
         return false;
     }
-    const CString type = root.GetAttr(u"Type", CString());
-    if (root.GetTagName() != u"MESSAGE" || type.IsEmpty() || root.GetChildCount() > 1) {
-        strError = "The body is XML but no message: a <MESSAGE Type=\"...\"> element with at most one child is "
-                   "expected, not <" + CUtility::UTF16toUTF8(root.GetTagName()) + ">.";
+    if (!message.FromXml(root)) {
+        strError = "The body is XML but no message: a <" + CUtility::UTF16toUTF8(CMessage::TAG_NAME) + " " +
+                   CUtility::UTF16toUTF8(CMessage::TYPE_ATTR) +
+                   "=\"...\"> element with at most one child is expected, not <" +
+                   CUtility::UTF16toUTF8(root.GetTagName()) + ">.";
         return false;
     }
-    message.SetType(type);
-    message.SetBody(root.GetFirstChild());
     return true;
 }
 
-std::string WriteMessage(CMessage& message) {
-    CXML root(u"MESSAGE");
-    root.SetAttr(u"Type", message.GetType());
-    root.AddChild(message.GetBody());
-    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n" + CUtility::UTF16toUTF8(root.ToString(CXML::FORMAT_COMPACT)) +
-           "\n";
+std::string WriteMessage(const CMessage& message) {
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n" + CUtility::UTF16toUTF8(message.ToXmlString()) + "\n";
 }
 
 }  // namespace
