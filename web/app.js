@@ -147,7 +147,7 @@ function parameterInput(parameter, id) {
     case T.INT: return element('input', { ...common, type: 'text', inputmode: 'numeric', placeholder: '0' });
     case T.BYTE: return element('input', { ...common, type: 'number', min: '0', max: '255', step: '1', placeholder: '0' });
     case T.DOUBLE: return element('input', { ...common, type: 'number', step: 'any', placeholder: '0.0' });
-    case T.CHAR: return element('input', { ...common, type: 'text', maxlength: '2', placeholder: 'one character' });
+    case T.CHAR: return element('input', { ...common, type: 'text', maxlength: '1', placeholder: 'one character' });
     case T.TIME: return element('input', { ...common, type: 'datetime-local', step: '1' });
     case T.ARRAY: return element('textarea', { ...common, rows: '4', spellcheck: 'false', placeholder: '[{"Name": "eth0", "RxBytes": 1200}, {"Name": "lo", "RxBytes": 800}]' });
     case T.XML: return element('textarea', { ...common, rows: '3', spellcheck: 'false', placeholder: '<element attribute="value"/>' });
