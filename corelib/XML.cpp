@@ -164,8 +164,9 @@ int CXML::Adopt(const char* data, std::size_t size, const CString& rootTag) {
     if (!result) {
         return 0;
     }
+    // A document has exactly one root element; pugixml would take a second one too.
     const pugi::xml_node root = doc->doc.document_element();
-    if (!root || HasDuplicateAttributes(root)) {
+    if (!root || NextElement(root) || HasDuplicateAttributes(root)) {
         return 0;
     }
     if (!rootTag.IsEmpty() && rootTag.ToUtf8() != root.name()) {

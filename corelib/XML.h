@@ -46,7 +46,8 @@ public:
     // A new tree of one element named tagName.
     CXML(const CString& tagName);
     // Parses text (a value's text form). If rootTag is not empty, the root element
-    // must have that name. A malformed document or a wrong root gives an invalid node.
+    // must have that name. A malformed document (a second root element too) or a
+    // wrong root gives an invalid node.
     CXML(const CString& text, const CString& rootTag);
     // Copies the handle, not the tree: both name the same element.
     CXML(const CXML&);

@@ -1,5 +1,5 @@
 // twhost: the platform's host program. It loads the plug-in modules (*.twp)
-// of a directory, lists them and calls their functions.
+// of a directory, lists them and calls their functions, and serves them over HTTP.
 #include <iostream>
 #include <string>
 
@@ -10,10 +10,11 @@
 #include "host/CommandContext.h"
 #include "host/ExitCode.h"
 #include "host/PluginCommands.h"
+#include "host/ServeCommand.h"
 
 int main(int argc, char** argv) {
-    CLI::App app("Host of the network-management platform's plug-in modules (NAME.twp): lists them and calls "
-                 "their functions.",
+    CLI::App app("Host of the network-management platform's plug-in modules (NAME.twp): lists them, calls "
+                 "their functions and serves them over HTTP.",
                  "twhost");
     CCommandContext context;
     app.add_option("--plugin-dir", context.m_strPluginDir,
@@ -30,6 +31,7 @@ int main(int argc, char** argv) {
 
     RegisterPluginCommands(app, context);
     RegisterCacheCommands(app, context);
+    RegisterServeCommand(app, context);
 
     try {
         app.parse(argc, argv);
@@ -39,7 +41,7 @@ int main(int argc, char** argv) {
     }
     try {
         if (!context.m_action) {
-            std::cerr << "twhost: a command is required: plugins or call (twhost --help tells more)\n";
+            std::cerr << "twhost: a command is required: plugins, call, cache or serve (twhost --help tells more)\n";
             return EXIT_USAGE;
         }
         return context.m_action();

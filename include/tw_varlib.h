@@ -45,3 +45,4 @@
 #include "varlib/formats/JSON.h"
 #include "varlib/cache/MemoryCacheEntry.h"
 #include "varlib/cache/MemoryCache.h"
+#include "varlib/reports/ReportManager.h"

@@ -7,8 +7,14 @@ packages=(
     libgtest-dev libbenchmark-dev
     clang-14 libclang-rt-14-dev
     nlohmann-json3-dev rapidjson-dev
-    libcli11-dev
+    libcli11-dev libcpp-httplib-dev
+    chromium
 )
+# The browser test runs on Node.js with npm. A machine that has them from
+# elsewhere keeps its own: Debian's npm conflicts with other builds of nodejs.
+if ! command -v node >/dev/null || ! command -v npm >/dev/null; then
+    packages+=(nodejs npm)
+fi
 as_root=()
 [ "$(id -u)" -eq 0 ] || as_root=(sudo)
 export DEBIAN_FRONTEND=noninteractive

@@ -2,6 +2,8 @@
 // check that each failure ends in a message and an exit status, not a crash.
 // Built a second time with TW_FAULTY_AT_LOAD, it fails already while loading.
 #include <cstdint>
+#include <cstdlib>
+#include <fstream>
 
 #include "corelib/framework/InvalidArgException.h"
 #include "corelib/framework/Time.h"
@@ -45,4 +47,9 @@ int ValidateArguments(const CString& function, const CVariableList&) {
     return 1;
 }
 
-void PlgCleanUp() {}
+// Leaves a mark in the file that TW_FAULTY_CLEANUP_MARK names, so that a test
+// sees the host unload the module.
+void PlgCleanUp() {
+    if (const char* mark = std::getenv("TW_FAULTY_CLEANUP_MARK"))
+        std::ofstream(mark, std::ios::app) << "PlgCleanUp\n";
+}

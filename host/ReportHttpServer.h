@@ -1,0 +1,70 @@
+// CReportHttpServer: twhost's HTTP front, in the place of the platform's
+// message server and web server at once.
+//
+//   POST /messages        a message in its XML wire form, handed to
+//                         CReportManager::OnMessage; the answer is the response
+//   GET  /reports/NAME    a report file of the report directory
+//   GET  /, /FILE         the web page, from the web directory
+//
+// Requests run on a pool of worker threads, each message to its end on the
+// thread that took it, as the report manager expects. Files are served only
+// from inside their directory: names are resolved (links too) and must stay
+// below it. Run blocks until Stop, which any thread (a signal watcher) may call.
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include "host/HttpMessageServer.h"
+
+class CReportManager;
+
+namespace httplib {
+class Server;
+struct Request;
+struct Response;
+}
+
+class CReportHttpServer {
+public:
+    struct Options {
+        std::string strListen = "127.0.0.1";   // address to listen on
+        int nPort = 8080;                       // 0: any free port
+        std::filesystem::path webDir;           // the page's files
+        std::filesystem::path reportDir;        // where the report manager writes; must exist
+        int nThreads = 8;                       // worker threads
+        std::size_t nMaxRequestBytes = 1 << 20; // larger bodies get 413
+    };
+
+    // Sets itself as the manager's message server. The manager must outlive this object.
+    CReportHttpServer(CReportManager& manager, Options options);
+    ~CReportHttpServer();
+    CReportHttpServer(const CReportHttpServer&) = delete;
+    CReportHttpServer& operator=(const CReportHttpServer&) = delete;
+
+    // Binds the socket and gives the manager this server's report URL; throws
+    // std::runtime_error when the address can't be had.
+    void Bind();
+    // The address to open in a browser, "http://HOST:PORT/"; valid after Bind.
+    std::string GetAddress() const;
+    // Serves until Stop; false if serving could not start.
+    bool Run();
+    // Ends Run: no new connection is taken, the requests under way finish.
+    void Stop();
+
+private:
+    void OnMessages(const httplib::Request& request, httplib::Response& response);
+    void OnReport(const httplib::Request& request, httplib::Response& response) const;
+    void OnWebFile(const httplib::Request& request, httplib::Response& response) const;
+    // Adds each plug-in's load status to the listing, as 'twhost plugins --xml' does.
+    void AddPluginStatus(CMessage& response) const;
+
+    CReportManager& m_manager;
+    Options m_options;
+    std::filesystem::path m_canonicalWebDir, m_canonicalReportDir;
+    std::string m_strAddress;
+    CHttpMessageServer m_messageServer;
+    std::unique_ptr<httplib::Server> m_pServer;
+};
