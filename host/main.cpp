@@ -1,5 +1,5 @@
 // twhost: the platform's host program. It loads the plug-in modules (*.twp)
-// of a directory, lists them and calls their functions.
+// of a directory, lists them, calls their functions and runs them as reports.
 #include <iostream>
 #include <string>
 
@@ -10,6 +10,7 @@
 #include "host/CommandContext.h"
 #include "host/ExitCode.h"
 #include "host/PluginCommands.h"
+#include "host/ReportCommands.h"
 
 int main(int argc, char** argv) {
     CLI::App app("Host of the network-management platform's plug-in modules (NAME.twp): lists them and calls "
@@ -26,10 +27,11 @@ int main(int argc, char** argv) {
     // Options of twhost may also follow the subcommand: "twhost plugins --plugin-dir DIR".
     app.fallthrough();
     app.footer("Exit status: 0 success, 1 the function failed or gave no value, 2 bad command line or arguments,\n"
-               "3 unknown function, 4 arguments refused by the plug-in.");
+               "3 unknown function or plug-in, 4 arguments refused by the plug-in.");
 
     RegisterPluginCommands(app, context);
     RegisterCacheCommands(app, context);
+    RegisterReportCommands(app, context);
 
     try {
         app.parse(argc, argv);
@@ -39,7 +41,7 @@ int main(int argc, char** argv) {
     }
     try {
         if (!context.m_action) {
-            std::cerr << "twhost: a command is required: plugins or call (twhost --help tells more)\n";
+            std::cerr << "twhost: a command is required: plugins, call, report, reports or cache (twhost --help tells more)\n";
             return EXIT_USAGE;
         }
         return context.m_action();
