@@ -6,6 +6,6 @@ enum EExitCode : int {
     EXIT_OK = 0,
     EXIT_FAILED = 1,             // a function threw, gave no value, or the result can't be printed
     EXIT_USAGE = 2,              // bad command line or unreadable JSON arguments
-    EXIT_UNKNOWN_FUNCTION = 3,   // no loaded plug-in offers the function
+    EXIT_UNKNOWN_FUNCTION = 3,   // no loaded plug-in offers the function, or no such plug-in is loaded
     EXIT_REJECTED = 4,           // the plug-in refused the arguments
 };

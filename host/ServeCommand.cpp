@@ -18,6 +18,7 @@
 #include "corelib/Utility.h"
 #include "corelib/framework/StringArray.h"
 #include "host/ExitCode.h"
+#include "host/ReportDirectory.h"
 #include "host/ReportHttpServer.h"
 #include "varlib/reports/ReportManager.h"
 
@@ -108,9 +109,8 @@ private:
 };
 
 fs::path ReportDirectory(const ServeOptions& options) {
-    const fs::path dir = options.strReportDir.empty()
-                             ? fs::path(CUtility::UTF16toUTF8(CUtility::GetWebDir())) / "reports"
-                             : fs::path(options.strReportDir);
+    const fs::path dir = options.strReportDir.empty() ? fs::path(DefaultReportDirectory())
+                                                           : fs::path(options.strReportDir);
     // The report manager makes no directory; ours is made here if missing.
     std::error_code error;
     fs::create_directories(dir, error);
@@ -158,8 +158,7 @@ void RegisterServeCommand(CLI::App& app, CCommandContext& context) {
         ->check(CLI::Range(0, 65535))
         ->capture_default_str();
     serve->add_option("--report-dir", options->strReportDir,
-                      "Directory of the report files, made if missing (default: reports/ in the web directory, " +
-                          CUtility::UTF16toUTF8(CUtility::GetWebDir()) + ")");
+                      "Directory of the report files, made if missing (default: " + DefaultReportDirectory() + ")");
     serve->add_option("--threads", options->nThreads, "Requests handled at once")
         ->check(CLI::Range(1, 256))
         ->capture_default_str();

@@ -1,7 +1,9 @@
 // twhost: the platform's host program. It loads the plug-in modules (*.twp)
-// of a directory, lists them and calls their functions, and serves them over HTTP.
+// of a directory, lists them, calls their functions, runs them as reports and
+// serves them over HTTP.
 #include <iostream>
 #include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -10,6 +12,7 @@
 #include "host/CommandContext.h"
 #include "host/ExitCode.h"
 #include "host/PluginCommands.h"
+#include "host/ReportCommands.h"
 #include "host/ServeCommand.h"
 
 int main(int argc, char** argv) {
@@ -27,10 +30,11 @@ int main(int argc, char** argv) {
     // Options of twhost may also follow the subcommand: "twhost plugins --plugin-dir DIR".
     app.fallthrough();
     app.footer("Exit status: 0 success, 1 the function failed or gave no value, 2 bad command line or arguments,\n"
-               "3 unknown function, 4 arguments refused by the plug-in.");
+               "3 unknown function or plug-in, 4 arguments refused by the plug-in.");
 
     RegisterPluginCommands(app, context);
     RegisterCacheCommands(app, context);
+    RegisterReportCommands(app, context);
     RegisterServeCommand(app, context);
 
     try {
@@ -41,7 +45,11 @@ int main(int argc, char** argv) {
     }
     try {
         if (!context.m_action) {
-            std::cerr << "twhost: a command is required: plugins, call, cache or serve (twhost --help tells more)\n";
+            std::string commands;
+            const std::vector<CLI::App*> subcommands = app.get_subcommands({});
+            for (std::size_t i = 0; i < subcommands.size(); ++i)
+                commands += (i == 0 ? "" : i + 1 == subcommands.size() ? " or " : ", ") + subcommands[i]->get_name();
+            std::cerr << "twhost: a command is required: " << commands << " (twhost --help tells more)\n";
             return EXIT_USAGE;
         }
         return context.m_action();

@@ -153,7 +153,7 @@ TEST(Twhost, EveryOutcomeHasItsStatusAndMessage) {
         {{"call", "InterfaceList", "[\"\"]"}, 4, "", "The types fit a declared form, so the plug-in refused a value"},
         {{"call", "TableReport", "[[1, 2]]"}, 4, "", "TableReport does not accept the arguments (ARRAY)\n"},
         {{"call"}, 2, "", "FUNCTION is required"},
-        {{}, 2, "", "twhost: a command is required: plugins, call, cache or serve"},
+        {{}, 2, "", "twhost: a command is required: plugins, call, cache, report, reports or serve"},
         {{"--plugin-dir", "/nonexistent/twhost", "plugins"}, 2, "", "/nonexistent/twhost"},
         {{"call", "ThrowPlatform"}, 1, "", "twhost: ...faulty: the platform's exception\n"},
         {{"call", "ThrowOther"}, 1, "", "twhost: a plug-in threw an exception of unknown type\n"},
@@ -173,4 +173,48 @@ TEST(Twhost, EveryOutcomeHasItsStatusAndMessage) {
         EXPECT_TRUE(Has(run.out, c.out)) << Describe(run);
         EXPECT_TRUE(Has(run.err, c.err)) << Describe(run);
     }
+}
+
+// The report service in-process: the path of the file on success, the
+// service's reason and its exit status otherwise; "reports clean" empties the directory.
+TEST(Twhost, RunsReportsAndCleansThemUp) {
+    const fs::path web = Dir() / "web";
+    fs::create_directory(web);
+    const std::string utf8 = "Gr\xC3\xBC\xC3\x9F" "e";
+    const HostRun made = RunHost({"report", "--report-dir", web.string(), "tables.twp", "TableReport",
+                                  "[[{\"a\": \"" + utf8 + "\"}], \"T\"]"});
+    ASSERT_EQ(made.status, 0) << Describe(made);
+    ASSERT_EQ(made.out.rfind(web.string() + "/Report_", 0), 0u) << Describe(made);
+    const fs::path file = made.out.substr(0, made.out.size() - 1);   // without the line feed
+    EXPECT_EQ(file.extension(), ".html");
+    EXPECT_TRUE(Has(ReadFile(file), "<h1>T</h1>...<td>" + utf8 + "</td>")) << ReadFile(file);
+
+    const struct {
+        std::vector<std::string> arguments;
+        int status;
+        std::string err;
+    } failures[] = {
+        {{"nope.twp", "TableReport", "[[]]"}, 3, "twhost: Could not find plugin module (nope.twp, TableReport)\n"},
+        {{"broken.twp", "TableReport", "[[]]"}, 3, "twhost: Could not find plugin module"},
+        {{"tables.twp", "TableReport", "[1]"}, 4, "twhost: Invalid parameters (tables.twp, TableReport)\n"},
+        {{"tables.twp", "TableColumns", "[[{\"a\": 1}]]"}, 1, "twhost: Function invocation failed"},
+        {{"tables.twp", "TableReport", "[1"}, 2, "twhost: the arguments are not readable JSON"},
+        {{"tables.twp"}, 2, "FUNCTION is required"},
+    };
+    for (const auto& failure : failures) {
+        std::vector<std::string> arguments{"report", "--report-dir", web.string()};
+        arguments.insert(arguments.end(), failure.arguments.begin(), failure.arguments.end());
+        const HostRun run = RunHost(arguments);
+        SCOPED_TRACE(failure.err);
+        EXPECT_EQ(run.status, failure.status) << Describe(run);
+        EXPECT_EQ(run.out, "");
+        EXPECT_TRUE(Has(run.err, failure.err)) << Describe(run);
+    }
+
+    std::ofstream(web / "keep.html") << "not a report";
+    const HostRun clean = RunHost({"reports", "clean", "--report-dir", web.string()});
+    EXPECT_EQ(clean.status, 0) << Describe(clean);
+    EXPECT_FALSE(fs::exists(file));
+    EXPECT_TRUE(fs::exists(web / "keep.html"));
+    EXPECT_EQ(RunHost({"reports", "clean", "--report-dir", (Dir() / "missing").string()}).status, 2);
 }
