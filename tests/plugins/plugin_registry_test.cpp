@@ -306,3 +306,34 @@ TEST(PluginRegistry, LoadAndUnloadAHundredTimes) {
     for (const char* line : {"alpha GetMetaInfo", "beta PlgCleanUp", "beta unloaded"})
         EXPECT_EQ(scratch.Count(line), 100) << line;
 }
+
+// The shared slot released as CReportManager::CleanUp does it: through the
+// virtual destructor, which unloads, and back to null.
+class CSharedSlot : public CPluginRegistry {
+public:
+    static void CleanUp() {
+        delete m_pInstance;
+        m_pInstance = nullptr;
+    }
+};
+
+// Releasing without an instance does nothing, twice; the next GetInstance makes a fresh, empty object.
+TEST(PluginRegistry, SharedInstanceIsMadeOnceAndReleasedWithItsModules) {
+    ScratchPluginDir scratch({"alpha.twp"});
+    CSharedSlot::CleanUp();
+    CSharedSlot::CleanUp();
+    CPluginRegistry* first = CPluginRegistry::GetInstance();
+    ASSERT_NE(first, nullptr);
+    EXPECT_EQ(CPluginRegistry::GetInstance(), first);
+    EXPECT_TRUE(scratch.Log().empty()) << "GetInstance loads nothing";
+    first->Load();
+    CSharedSlot::CleanUp();
+    CSharedSlot::CleanUp();
+    EXPECT_EQ(std::to_string(scratch.Count("alpha PlgCleanUp")) + std::to_string(scratch.Count("alpha unloaded")), "11");
+    CPluginRegistry* second = CPluginRegistry::GetInstance();
+    ASSERT_NE(second, nullptr);
+    CStringArray names;
+    second->GetPlugins(names);
+    EXPECT_EQ(names.GetSize() + second->IsRegisteredFunction(u"Echo"), 0);
+    CSharedSlot::CleanUp();
+}
