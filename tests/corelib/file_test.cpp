@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <string>
 #include <tuple>
@@ -17,10 +16,6 @@
 #include "temp_dir.h"
 
 namespace {
-
-void Touch(const std::string& path, const std::string& content = std::string()) {
-    std::ofstream(path, std::ios::binary | std::ios::trunc) << content;
-}
 
 CString U(const std::string& utf8) { return CString::FromUtf8(utf8); }
 
@@ -45,7 +40,7 @@ Found FindAll(const char16_t* pattern) {
 TEST(File, WriteTruncateAndReadBack) {
     TempDir dir;
     const CString path = U(dir.File("r\xC3\xA9sum\xC3\xA9 \xE2\x82\xAC.bin"));
-    Touch(path.ToUtf8(), "0123456789");
+    WriteBytes(path.ToUtf8(), "0123456789");
     {
         CFile keep;
         ASSERT_NE(keep.Open(path, CFile::modeCreate | CFile::modeNoTruncate | CFile::modeReadWrite), 0);
@@ -100,17 +95,15 @@ TEST(FileFind, WildcardTable) {
         {u"a?c", u"abc", true}, {u"a*b*c", u"aXbYbZc", true}, {u"a*b*c", u"aXbYbZ", false},
         {u"*a", u"aaa", true}, {u"", u"x", false}, {u"\u00e9*", u"\u00e9t\u00e9", true},
     };
-    for (const auto& [pattern, name, match] : rows) {
+    for (const auto& [pattern, name, match] : rows)
         EXPECT_EQ(CFileFind::MatchWildcard(pattern, name), match) << CString(pattern) << " vs " << CString(name);
-    }
 }
 
 TEST(FileFind, ListsMatchesWithAttributesAndDots) {
     TempDir dir;
     const std::string p = dir.Path() + "/";
-    for (const char* name : {"Report_1-1-2024_0-0-0.html", "Report_1.htm", ".hidden", "ro"}) {
-        Touch(p + name, "12345");
-    }
+    for (const char* name : {"Report_1-1-2024_0-0-0.html", "Report_1.htm", ".hidden", "ro"})
+        WriteBytes(p + name, "12345");
     ::chmod((p + "ro").c_str(), 0444);
     ::mkdir((p + "Report_dir.html").c_str(), 0755);
     EXPECT_EQ(FindAll(U(p + "Report_*.html")), (Found{{p + "Report_1-1-2024_0-0-0.html", "80"},
@@ -138,10 +131,9 @@ TEST(FileFind, ListsMatchesWithAttributesAndDots) {
 TEST(FileFind, DeletingWhileWalkingRemovesEveryMatch) {
     for (const int count : {1, 3}) {
         TempDir dir;
-        for (int i = 0; i < count; ++i) {
-            Touch(dir.File("Report_" + std::to_string(i) + ".html"));
-        }
-        Touch(dir.File("Keep.html"));
+        for (int i = 0; i < count; ++i)
+            WriteBytes(dir.File("Report_" + std::to_string(i) + ".html"), "");
+        WriteBytes(dir.File("Keep.html"), "");
         CFileFind finder;
         int deleted = 0;
         for (int more = finder.FindFile(U(dir.Path() + "/Report_*.html")); more;) {
@@ -155,7 +147,7 @@ TEST(FileFind, DeletingWhileWalkingRemovesEveryMatch) {
 
 TEST(FileFind, RelativePatternGivesRelativePaths) {
     TempDir dir;
-    Touch(dir.File("one.twp"));
+    WriteBytes(dir.File("one.twp"), "");
     const std::filesystem::path cwd = std::filesystem::current_path();
     std::filesystem::current_path(dir.Path());
     const auto found = FindAll(u"*.twp");

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <thread>
 
 #include "corelib/framework/CriticalSection.h"
@@ -37,26 +36,6 @@ TEST(Lock, RecursiveAndScoped) {
     EXPECT_TRUE(OtherThreadCanLock(cs));
     CSingleLock none(nullptr, 1);
     EXPECT_FALSE(none.IsLocked());
-}
-
-TEST(Lock, ExcludesOtherThreads) {
-    CCriticalSection cs;
-    long counter = 0;
-    std::atomic<int> inside{0};
-    std::atomic<bool> overlap{false};
-    auto work = [&] {
-        for (int i = 0; i < 20000; ++i) {
-            CSingleLock lock(&cs, 1);
-            if (inside.fetch_add(1) != 0) overlap = true;
-            ++counter;
-            inside.fetch_sub(1);
-        }
-    };
-    std::thread a(work), b(work);
-    a.join();
-    b.join();
-    EXPECT_FALSE(overlap);
-    EXPECT_EQ(counter, 40000);
 }
 
 }  // namespace

@@ -1,3 +1,4 @@
+// CString: printf forms against C's printf, UTF-8 in and out, editing and comparing.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -10,57 +11,38 @@
 
 namespace {
 
-std::string Narrow(const CString& s) { return s.ToUtf8(); }
-
+// Format with one argument gives what snprintf gives for the narrow format.
 template <class T>
-std::string Printf(const char* format, T value) {
+void SameAsPrintf(const char16_t* format, const char* narrow, T value) {
     char buffer[512];
-    std::snprintf(buffer, sizeof buffer, format, value);
-    return buffer;
+    std::snprintf(buffer, sizeof buffer, narrow, value);
+    CString s;
+    s.Format(format, value);
+    EXPECT_EQ(s.ToUtf8(), buffer) << CString(format);
 }
 
-// Every printf form the libraries use, against C's own printf.
+// Every printf form the libraries use.
 TEST(StringFormat, NumbersMatchPrintf) {
-    struct Row {
-        const char16_t* format;
-        std::string expected;
-        CString actual;
-    };
-    auto fmt = [](const char16_t* f, auto value) {
-        CString s;
-        s.Format(f, value);
-        return s;
-    };
-    const Row rows[] = {
-        {u"%d", Printf("%d", -42), fmt(u"%d", -42)},
-        {u"%d", Printf("%d", 2147483647), fmt(u"%d", 2147483647)},
-        {u"%u", Printf("%u", 4294967295u), fmt(u"%u", 4294967295u)},
-        {u"%u of -1", Printf("%u", static_cast<unsigned>(-1)), fmt(u"%u", -1)},
-        {u"%I64d", Printf("%lld", -9223372036854775807LL - 1), fmt(u"%I64d", INT64_MIN)},
-        {u"%I64d", Printf("%lld", 9223372036854775807LL), fmt(u"%I64d", INT64_MAX)},
-        {u"%f", Printf("%f", 1.5), fmt(u"%f", 1.5)},
-        {u"%f", Printf("%f", -0.0), fmt(u"%f", -0.0)},
-        {u"%f", Printf("%f", 1e300), fmt(u"%f", 1e300)},
-        {u"%f", Printf("%f", 0.1 + 0.2), fmt(u"%f", 0.1 + 0.2)},
-        {u"%f nan", Printf("%f", std::numeric_limits<double>::quiet_NaN()),
-         fmt(u"%f", std::numeric_limits<double>::quiet_NaN())},
-        {u"%f inf", Printf("%f", -std::numeric_limits<double>::infinity()),
-         fmt(u"%f", -std::numeric_limits<double>::infinity())},
-        {u"%.2f", Printf("%.2f", 2.675), fmt(u"%.2f", 2.675)},
-        {u"%10.3f", Printf("%10.3f", 3.14159), fmt(u"%10.3f", 3.14159)},
-        {u"%g", Printf("%g", 1e-7), fmt(u"%g", 1e-7)},
-        {u"%e", Printf("%e", 12345.678), fmt(u"%e", 12345.678)},
-        {u"%x", Printf("%x", 255u), fmt(u"%x", 255)},
-        {u"%08X", Printf("%08X", 48879u), fmt(u"%08X", 48879)},
-        {u"%-5d|", Printf("%-5d|", 7), fmt(u"%-5d|", 7)},
-        {u"%+d", Printf("%+d", 7), fmt(u"%+d", 7)},
-        {u"%05d", Printf("%05d", -7), fmt(u"%05d", -7)},
-        {u"%ld", Printf("%ld", 123456789L), fmt(u"%ld", 123456789L)},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(Narrow(CString(row.format)));
-        EXPECT_EQ(row.expected, Narrow(row.actual));
-    }
+    constexpr double kNaN = std::numeric_limits<double>::quiet_NaN(), kInf = std::numeric_limits<double>::infinity();
+    SameAsPrintf(u"%d", "%d", -42);
+    SameAsPrintf(u"%u", "%u", 4294967295u);
+    SameAsPrintf(u"%I64d", "%lld", static_cast<long long>(INT64_MIN));
+    SameAsPrintf(u"%I64d", "%lld", static_cast<long long>(INT64_MAX));
+    for (const double d : {1.5, -0.0, 1e300, kNaN, -kInf})
+        SameAsPrintf(u"%f", "%f", d);
+    SameAsPrintf(u"%.2f", "%.2f", 2.675);
+    SameAsPrintf(u"%10.3f", "%10.3f", 3.14159);
+    SameAsPrintf(u"%g", "%g", 1e-7);
+    SameAsPrintf(u"%e", "%e", 12345.678);
+    SameAsPrintf(u"%x", "%x", 255u);
+    SameAsPrintf(u"%08X", "%08X", 48879u);
+    SameAsPrintf(u"%-5d|", "%-5d|", 7);
+    SameAsPrintf(u"%+d", "%+d", 7);
+    SameAsPrintf(u"%05d", "%05d", -7);
+    SameAsPrintf(u"%ld", "%ld", 123456789L);
+    CString s;
+    s.Format(u"%u", -1);
+    EXPECT_EQ(s, u"4294967295");
 }
 
 TEST(StringFormat, TextCharactersAndPercent) {
@@ -80,83 +62,64 @@ TEST(StringFormat, TextCharactersAndPercent) {
 
 // UTF-8 in, UTF-16 out, and back, with surrogate pairs and bad input.
 TEST(StringUnicode, Conversions) {
-    struct Row {
-        const char* name;
+    const struct {
         std::string utf8;
         std::u16string utf16;
         std::string back;  // UTF-8 written from utf16
+    } rows[] = {
+        {"abc", u"abc", "abc"},
+        {"\xC3\xA9\xE4\xB8\xAD\xF0\x9F\x98\x80", u"\u00e9\u4e2d\U0001F600", "\xC3\xA9\xE4\xB8\xAD\xF0\x9F\x98\x80"},
+        {"a\x80z", u"a\uFFFDz", "a\xEF\xBF\xBDz"},              // lone continuation
+        {"a\xE4\xB8", u"a\uFFFD", "a\xEF\xBF\xBD"},             // truncated
+        {"\xC0\xAF", u"\uFFFD\uFFFD", "\xEF\xBF\xBD\xEF\xBF\xBD"},   // overlong
+        {"\xED\xA0\x80", u"\uFFFD\uFFFD\uFFFD", "\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD"},   // encoded surrogate
+        {"\xF4\x90\x80\x80\xFF", u"\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD",   // beyond U+10FFFF, invalid byte
+         "\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD"},
     };
-    const Row rows[] = {
-        {"ascii", "abc", u"abc", "abc"},
-        {"two-byte", "\xC3\xA9", u"\u00e9", "\xC3\xA9"},
-        {"three-byte", "\xE4\xB8\xAD", u"\u4e2d", "\xE4\xB8\xAD"},
-        {"surrogate pair", "\xF0\x9F\x98\x80", u"\U0001F600", "\xF0\x9F\x98\x80"},
-        {"lone continuation", "a\x80z", u"a\uFFFDz", "a\xEF\xBF\xBDz"},
-        {"truncated three-byte", "a\xE4\xB8", u"a\uFFFD", "a\xEF\xBF\xBD"},
-        {"overlong", "\xC0\xAF", u"\uFFFD\uFFFD", "\xEF\xBF\xBD\xEF\xBF\xBD"},
-        {"encoded surrogate", "\xED\xA0\x80", u"\uFFFD\uFFFD\uFFFD", "\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD"},
-        {"beyond U+10FFFF", "\xF4\x90\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD",
-         "\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD"},
-        {"invalid byte", "\xFF", u"\uFFFD", "\xEF\xBF\xBD"},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::PrintToString(row.utf8));
         const CString s(row.utf8.c_str());
         EXPECT_EQ(s.Str(), row.utf16);
         EXPECT_EQ(s.ToUtf8(), row.back);
     }
-    // Unpaired surrogates on the way out become U+FFFD.
-    EXPECT_EQ(CString(std::u16string{u'a', char16_t(0xD800)}).ToUtf8(), "a\xEF\xBF\xBD");
-    EXPECT_EQ(CString(std::u16string{char16_t(0xDC00), u'b'}).ToUtf8(), "\xEF\xBF\xBD" "b");
-    EXPECT_EQ(CString(u"\U0001F600").GetLength(), 2);  // lengths count code units
+    // Unpaired surrogates on the way out become U+FFFD; lengths count code units.
+    EXPECT_EQ(CString(std::u16string{u'a', char16_t(0xDC00), char16_t(0xD800), u'b'}).ToUtf8(),
+              "a\xEF\xBF\xBD\xEF\xBF\xBD" "b");
+    EXPECT_EQ(CString(u"\U0001F600").GetLength(), 2);
 }
 
 TEST(StringEditing, Operations) {
-    CString s(u"alpha beta alpha");
-    EXPECT_EQ(s.Find(u'a'), 0);
-    EXPECT_EQ(s.Find(u'a', 1), 4);
-    EXPECT_EQ(s.Find(u"alpha", 1), 11);
-    EXPECT_EQ(s.Find(u"gamma"), -1);
-    EXPECT_EQ(s.Find(u"a", 100), -1);
-    EXPECT_EQ(s.ReverseFind(u'b'), 6);
-    EXPECT_EQ(s.Mid(6), u"beta alpha");
-    EXPECT_EQ(s.Mid(6, 4), u"beta");
-    EXPECT_EQ(s.Mid(-3, 2), u"al");
-    EXPECT_EQ(s.Mid(100), u"");
-    EXPECT_EQ(s.Left(5), u"alpha");
-    EXPECT_EQ(s.Left(100), s);
-    EXPECT_EQ(s.Right(5), u"alpha");
-    EXPECT_EQ(s.Right(-1), u"");
-    EXPECT_EQ(s.Replace(u"alpha", u"x"), 2);
-    EXPECT_EQ(s, u"x beta x");
-    EXPECT_EQ(s.Replace(u"", u"y"), 0);
-    EXPECT_EQ(s.Replace(u'x', u'z'), 2);
-    EXPECT_EQ(s, u"z beta z");
-    CString aa(u"aaa");
+    const CString s(u"alpha beta alpha");
+    EXPECT_EQ(std::to_string(s.Find(u'a')) + " " + std::to_string(s.Find(u'a', 1)) + " " +
+                  std::to_string(s.Find(u"alpha", 1)) + " " + std::to_string(s.Find(u"gamma")) + " " +
+                  std::to_string(s.Find(u"a", 100)) + " " + std::to_string(s.ReverseFind(u'b')),
+              "0 4 11 -1 -1 6");
+    EXPECT_EQ(s.Mid(6) + u"|" + s.Mid(6, 4) + u"|" + s.Mid(-3, 2) + u"|" + s.Mid(100) + u"|" + s.Left(5) + u"|" +
+                  s.Left(100) + u"|" + s.Right(5) + u"|" + s.Right(-1),
+              u"beta alpha|beta|al||alpha|alpha beta alpha|alpha|");
+    CString r(s), aa(u"aaa");
+    const int replaced[] = {r.Replace(u"alpha", u"x"), r.Replace(u"", u"y"), r.Replace(u'x', u'z')};   // in this order
+    EXPECT_EQ(replaced[0] * 100 + replaced[1] * 10 + replaced[2], 202);
+    EXPECT_EQ(r, u"z beta z");
     EXPECT_EQ(aa.Replace(u"aa", u"b"), 1);  // non-overlapping, left to right
     EXPECT_EQ(aa, u"ba");
 
-    CString t(u"value;; \t");
+    CString t(u"value;; \t"), u(u"  x  ");
     t.TrimRight();
     EXPECT_EQ(t, u"value;;");
     t.TrimRight(u";");
-    EXPECT_EQ(t, u"value");
-    CString u(u"  x  ");
-    EXPECT_EQ(u.Trim(), u"x");
+    EXPECT_EQ(t + u.Trim(), u"valuex");
     u.Empty();
     EXPECT_TRUE(u.IsEmpty());
 
-    CString cmp(u"abc");
-    EXPECT_LT(cmp.Compare(u"abd"), 0);
-    EXPECT_EQ(cmp.Compare(u"abc"), 0);
-    EXPECT_GT(cmp.Compare(u"ab"), 0);
+    const CString cmp(u"abc");
+    EXPECT_TRUE(cmp.Compare(u"abd") < 0 && cmp.Compare(u"abc") == 0 && cmp.Compare(u"ab") > 0);
     EXPECT_EQ(cmp.CompareNoCase(u"ABC"), 0);
     EXPECT_TRUE(CString(u"\u00e9") > CString(u"z"));  // code unit order, not locale order
-    EXPECT_EQ(CString(u"ab") + u"c" + u'd' + CString(u"e"), u"abcde");
-    EXPECT_EQ(CString(u'-', 3), u"---");
+    EXPECT_EQ(CString(u"ab") + u"c" + u'd' + CString(u"e") + CString(u'-', 3), u"abcde---");
+    EXPECT_EQ(cmp[2], u'c');
     EXPECT_THROW(cmp.GetAt(3), CInvalidArgException);
     EXPECT_THROW(cmp.GetAt(-1), CInvalidArgException);
-    EXPECT_EQ(cmp[2], u'c');
 }
 
 }  // namespace

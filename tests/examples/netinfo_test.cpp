@@ -1,15 +1,15 @@
 // netinfo.twp's logic: /proc/net/dev and the sysfs attributes read on a fake
 // kernel tree, the rows and the report, and the module's checks.
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <cstdint>
 #include <filesystem>
-#include <fstream>
 #include <limits>
+#include <map>
 #include <string>
 #include <vector>
 
+#include "corelib/temp_dir.h"
 #include "example_check.h"
 #include "examples/plugins/netinfo/NetDevParser.h"
 #include "examples/plugins/netinfo/NetInfoModule.h"
@@ -33,20 +33,14 @@ constexpr const char* kNetDev =
 // for /sys/class/net.
 class FakeKernel : public ::testing::Test {
 protected:
-    void SetUp() override {
-        std::string pattern = (fs::temp_directory_path() / "netinfo_test_XXXXXX").string();
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        m_root = pattern;
-        fs::create_directories(m_root / "sys");
-    }
-    void TearDown() override { fs::remove_all(m_root); }
+    FakeKernel() { fs::create_directories(m_root.File("sys")); }
     void Write(const std::string& path, const std::string& text) const {
-        fs::create_directories((m_root / path).parent_path());
-        std::ofstream(m_root / path, std::ios::binary) << text;
+        fs::create_directories(fs::path(m_root.File(path)).parent_path());
+        WriteBytes(m_root.File(path), text);
     }
-    CNetInfoSource Source() const { return CNetInfoSource((m_root / "dev").string(), (m_root / "sys").string()); }
+    CNetInfoSource Source() const { return CNetInfoSource(m_root.File("dev"), m_root.File("sys")); }
 
-    fs::path m_root;
+    TempDir m_root;
 };
 
 }  // namespace
@@ -54,26 +48,18 @@ protected:
 TEST(NetDevParser, SkipsDamagedLinesAndKeepsTheRest) {
     const std::string numbers = " 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16";
     const std::pair<std::string, bool> cases[] = {
-        {"good:" + numbers, true},
-        {"good:" + numbers + " 17", true},   // a later kernel's extra column
-        {"good:" + numbers + "\r", true},
-        {"short: 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15", false},
+        {"good:" + numbers, true}, {"good:" + numbers + " 17", true} /* a later kernel's extra column */,
+        {"good:" + numbers + "\r", true}, {"short: 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15", false},
         {"neg: -1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16", false},
         {"big: 18446744073709551616 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16", false},
-        {"word: 1 2 3 x 5 6 7 8 9 10 11 12 13 14 15 16", false},
-        {"glued: 1 2 3 4x 5 6 7 8 9 10 11 12 13 14 15 16", false},
-        {":" + numbers, false},
-        {"two words:" + numbers, false},
-        {"no colon at all 1 2 3", false},
-        {"", false},
+        {"word: 1 2 3 x 5 6 7 8 9 10 11 12 13 14 15 16", false}, {"glued: 1 2 3 4x 5 6 7 8 9 10 11 12 13 14 15 16", false},
+        {":" + numbers, false}, {"two words:" + numbers, false}, {"no colon at all 1 2 3", false}, {"", false},
     };
     for (const auto& [line, kept] : cases) {
         SCOPED_TRACE(line);
         const std::vector<InterfaceInfo> found = ParseNetDev("    lo:" + numbers + "\n" + line + "\nlast:" + numbers);
         ASSERT_EQ(found.size(), kept ? 3u : 2u);
-        EXPECT_EQ(found.front().name, "lo");
-        EXPECT_EQ(found.back().name, "last");
-        EXPECT_EQ(found.back().txDropped, 12u);
+        EXPECT_EQ(found.front().name + " " + found.back().name + " " + std::to_string(found.back().txDropped), "lo last 12");
     }
 }
 
@@ -81,25 +67,20 @@ TEST(FormatBytes, UsesBinaryUnitsWithOneDecimal) {
     const std::pair<uint64_t, const char16_t*> cases[] = {
         {1023, u"1023 B"}, {1024, u"1.0 KiB"}, {1536, u"1.5 KiB"}, {18707557, u"17.8 MiB"},
         {1048575, u"1.0 MiB"},   // 1023.999 KiB would round to "1024.0 KiB"
-        {std::numeric_limits<uint64_t>::max(), u"16.0 EiB"},
-    };
-    for (const auto& [bytes, text] : cases) {
-        SCOPED_TRACE(bytes);
-        EXPECT_EQ(FormatBytes(bytes), CString(text));
-    }
+        {std::numeric_limits<uint64_t>::max(), u"16.0 EiB"}};
+    for (const auto& [bytes, text] : cases)
+        EXPECT_EQ(FormatBytes(bytes), CString(text)) << bytes;
 }
 
 TEST_F(FakeKernel, RowsJoinTheCountersAndWhatSysfsSays) {
     // A name from the file never leads out of the sysfs root.
     Write("dev", std::string(kNetDev) + "..: 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16\n");
     Write("operstate", "leaked\n");
-    const std::pair<const char*, const char*> attributes[] = {
-        {"eth0/operstate", "up\n"}, {"eth0/mtu", "1500\n"}, {"eth0/address", "52:54:00:12:34:56\n"},
-        {"eth0/speed", "1000\n"}, {"lo/operstate", "down\n"}, {"lo/mtu", "not a number\n"},
-        {"lo/speed", "-1\n"},   // drivers without a link speed
-    };
-    for (const auto& [path, text] : attributes)
-        Write(std::string("sys/") + path, text);
+    for (const auto& [path, text] : std::map<std::string, std::string>{
+             {"eth0/operstate", "up\n"}, {"eth0/mtu", "1500\n"}, {"eth0/address", "52:54:00:12:34:56\n"},
+             {"eth0/speed", "1000\n"}, {"lo/operstate", "down\n"}, {"lo/mtu", "not a number\n"},
+             {"lo/speed", "-1\n"}})   // drivers without a link speed give -1
+        Write("sys/" + path, text);
     std::vector<InterfaceInfo> interfaces;
     std::string error;
     ASSERT_TRUE(Source().ReadInterfaces(interfaces, error)) << error;
@@ -161,7 +142,7 @@ TEST_F(FakeKernel, ModuleChecksThePatternAndFiltersByIt) {
 TEST_F(FakeKernel, ReportShowsEveryInterfaceEscapedOrWhyItCannot) {
     const CNetInfoModule module(Source());
     const CString failed = module.ExecuteFunction(u"InterfaceReport", {}).m_strValue;
-    const CString reason = CString((m_root / "dev").string().c_str());
+    const CString reason = CString(m_root.File("dev").c_str());
     EXPECT_NE(failed.Find(CString(u"<p class=\"error\">The interfaces could not be read: cannot read ") + reason),
               -1) << failed;
     ExpectWellFormed(failed, u"html");

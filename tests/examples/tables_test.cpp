@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <limits>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "corelib/framework/Time.h"
@@ -31,50 +32,38 @@ constexpr const char16_t* kHosts =
 }  // namespace
 
 TEST(RowTable, ColumnsAreTheUnionInNaturalOrder) {
-    const std::pair<const char16_t*, std::vector<std::string>> cases[] = {
-        // A column that only a later row has goes after its left neighbour in that row...
-        {u"[{\"a\":1,\"c\":3},{\"a\":1,\"b\":2,\"c\":3}]", {"a", "b", "c"}},
-        {u"[{\"a\":1,\"c\":3},{\"b\":2,\"c\":3}]", {"a", "b", "c"}},
-        // ...or, at the row's start, before the first column the table knows.
-        {u"[{\"b\":1},{\"a\":1,\"b\":2}]", {"a", "b"}},
-        {u"[{\"a\":1},{\"z\":1,\"b\":2,\"a\":3}]", {"z", "b", "a"}},
-        {u"[{\"x\":1},{\"y\":2}]", {"x", "y"}},
-        {u"[{\"a\":1,\"b\":2},{\"b\":1,\"a\":2}]", {"a", "b"}},
+    // A column that only a later row has goes after its left neighbour in that row, or, at the
+    // row's start, before the first column the table knows.
+    const std::pair<const char16_t*, const char*> cases[] = {
+        {u"[{\"a\":1,\"c\":3},{\"a\":1,\"b\":2,\"c\":3}]", "a b c "}, {u"[{\"a\":1,\"c\":3},{\"b\":2,\"c\":3}]", "a b c "},
+        {u"[{\"b\":1},{\"a\":1,\"b\":2}]", "a b "}, {u"[{\"a\":1},{\"z\":1,\"b\":2,\"a\":3}]", "z b a "},
+        {u"[{\"x\":1},{\"y\":2}]", "x y "}, {u"[{\"a\":1,\"b\":2},{\"b\":1,\"a\":2}]", "a b "},
     };
     for (const auto& [json, expected] : cases) {
-        SCOPED_TRACE(CString(json));
         const CVariable rows = Json(json);
         const CRowTable table(rows.m_arrayValue);
-        std::vector<std::string> columns;
+        std::string columns;
         for (const CString& column : table.GetColumns())
-            columns.push_back(column.ToUtf8());
-        EXPECT_EQ(columns, expected);
+            columns += column.ToUtf8() + " ";
+        EXPECT_EQ(columns, expected) << CString(json);
     }
 }
 
 TEST(RowTable, SortsByTheColumnStablyWithMissingCellsLast) {
-    struct Case {
-        const char16_t* column;
-        bool descending;
-        std::vector<std::string> hosts;
-    };
-    const Case cases[] = {
-        {u"cpu", false, {"Alpha", "beta", "alpha", "gamma"}},   // 12 and 12 keep their order
-        {u"cpu", true, {"gamma", "beta", "alpha", "Alpha"}},
-        {u"host", false, {"Alpha", "alpha", "beta", "gamma"}},   // case folded, then exact
-        {u"load", false, {"beta", "gamma", "Alpha", "alpha"}},
-        {u"load", true, {"gamma", "beta", "Alpha", "alpha"}},   // the missing stay last
-        {u"absent", false, {"beta", "Alpha", "gamma", "alpha"}},
+    const std::tuple<const char16_t*, bool, const char*> cases[] = {   // column, descending, hosts
+        {u"cpu", false, "Alpha beta alpha gamma "},   // 12 and 12 keep their order
+        {u"cpu", true, "gamma beta alpha Alpha "},    {u"host", false, "Alpha alpha beta gamma "},   // case folded, then exact
+        {u"load", false, "beta gamma Alpha alpha "},  {u"load", true, "gamma beta Alpha alpha "},    // the missing stay last
+        {u"absent", false, "beta Alpha gamma alpha "},
     };
     const CVariable rows = Json(kHosts);
-    for (const Case& c : cases) {
-        SCOPED_TRACE(CString(c.column) + (c.descending ? u" descending" : u""));
+    for (const auto& [column, descending, expected] : cases) {
         CRowTable table(rows.m_arrayValue);
-        table.SortBy(c.column, c.descending);
-        std::vector<std::string> hosts;
+        table.SortBy(column, descending);
+        std::string hosts;
         for (int row = 0; row < table.GetRowCount(); ++row)
-            hosts.push_back(table.GetCell(row, u"host")->m_strValue.ToUtf8());
-        EXPECT_EQ(hosts, c.hosts);
+            hosts += table.GetCell(row, u"host")->m_strValue.ToUtf8() + " ";
+        EXPECT_EQ(hosts, expected) << CString(column) << (descending ? " descending" : "");
     }
 }
 
@@ -87,14 +76,11 @@ TEST(RowTable, CompareCellsOrdersNumbersTimesThenText) {
         CVariable(CString(u"10")), CVariable(CString(u"9")),   // numbers in text sort as text
         CVariable(CString(u"apple")), CVariable(CString(u"Banana")), CVariable(CString(u"banana")),
     };
-    for (std::size_t i = 0; i < ascending.size(); ++i) {
+    for (std::size_t i = 0; i < ascending.size(); ++i)
         for (std::size_t j = 0; j < ascending.size(); ++j) {
-            SCOPED_TRACE(::testing::Message() << "cells " << i << " and " << j);
             const int order = CRowTable::CompareCells(ascending[i], ascending[j]);
-            EXPECT_EQ(order < 0, i < j);
-            EXPECT_EQ(order > 0, i > j);
+            EXPECT_TRUE((order < 0) == (i < j) && (order > 0) == (i > j)) << "cells " << i << " and " << j;
         }
-    }
     EXPECT_EQ(CRowTable::CompareCells(CVariable(2), CVariable(2.0)), 0);
 }
 
@@ -107,28 +93,20 @@ TEST(TablesModule, ChecksItsArguments) {
     const CTablesModule module;
     const CVariable rows = Json(kHosts);
     const CVariable title(CString(u"Hosts")), cpu(CString(u"cpu"));
-    struct Case {
-        const char16_t* function;
-        CVariableList arguments;
-        int valid;
-    };
-    const Case cases[] = {
-        {u"TableReport", Arguments({rows}), 1},
-        {u"TableReport", Arguments({rows, title, CVariable(CString(u""))}), 1},
-        {u"TableReport", Arguments({rows, title, cpu, CVariable(1)}), 1},
-        {u"TableReport", Arguments({Json(u"[]")}), 1},
-        {u"TableColumns", Arguments({rows}), 1},
-        {u"TableReport", {}, 0},
-        {u"TableReport", Arguments({rows, CVariable(3)}), 0},
+    const std::tuple<const char16_t*, CVariableList, int> cases[] = {   // function, arguments, valid
+        {u"TableReport", Arguments({rows}), 1}, {u"TableReport", Arguments({rows, title, CVariable(CString(u""))}), 1},
+        {u"TableReport", Arguments({rows, title, cpu, CVariable(1)}), 1}, {u"TableReport", Arguments({Json(u"[]")}), 1},
+        {u"TableColumns", Arguments({rows}), 1}, {u"TableReport", {}, 0}, {u"TableReport", Arguments({rows, CVariable(3)}), 0},
         {u"TableReport", Arguments({rows, title, CVariable(CString(u"CPU"))}), 0},   // names are exact
         {u"TableReport", Arguments({rows, title, cpu, CVariable(1), CVariable(1)}), 0},
         {u"TableReport", Arguments({Json(u"{\"r1\":{\"a\":1}}")}), 1},
         {u"TableReport", Arguments({Json(u"[{\"a\":1}, 7]")}), 0},   // a row that is no ARRAY
     };
-    for (std::size_t i = 0; i < std::size(cases); ++i) {
-        SCOPED_TRACE(::testing::Message() << "case " << i);
-        EXPECT_EQ(module.ValidateArguments(cases[i].function, cases[i].arguments), cases[i].valid);
-        EXPECT_EQ(module.ExecuteFunction(cases[i].function, cases[i].arguments).IsValid(), cases[i].valid != 0);
+    int row = 0;
+    for (const auto& [function, arguments, valid] : cases) {
+        SCOPED_TRACE(::testing::Message() << "case " << row++);
+        EXPECT_EQ(module.ValidateArguments(function, arguments), valid);
+        EXPECT_EQ(module.ExecuteFunction(function, arguments).IsValid(), valid != 0);
     }
 
     int ok = 0;

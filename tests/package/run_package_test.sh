@@ -27,3 +27,11 @@ mkdir -p "$(dirname "$moved")"
 mv "$first" "$moved"
 unset LD_LIBRARY_PATH
 "$moved/bin/tw_consumer" "$moved/lib/tw_varlib/plugins"
+
+# pkg-config finds the moved prefix from where tw_varlib.pc lies; a program
+# built with its flags alone runs the same way.
+export PKG_CONFIG_PATH="$moved/lib/pkgconfig"
+read -r -a pc_flags <<<"$(pkg-config --cflags --libs tw_varlib)"
+# shellcheck disable=SC2086 # the build's flags are a list of words
+${CXX:-c++} -std=c++20 $flags "$consumer/consumer.cpp" "${pc_flags[@]}" -Wl,-rpath,"$moved/lib" -o "$work/pc_consumer"
+"$work/pc_consumer" "$moved/lib/tw_varlib/plugins"

@@ -36,12 +36,10 @@ std::vector<Case> Cases() {
         const char* json;
     } rows[] = {
         {[](V& v) { v.SetNull(); }, "NULL", nullptr, "null"},
-        {[](V& v) { v.SetInteger(-5); }, "INTEGER", "-5", "-5"},
         {[](V& v) { v.SetInteger(INT32_MIN); }, "INTEGER", "-2147483648", "-2147483648"},
         {[](V& v) { v.SetOctetString(u"router-1"); }, "OCTET STRING", "router-1", R"("router-1")"},
         {[](V& v) { v.SetOctetString(u"say \"hi\"\\\r\n\t\u0001 \u00e9"); }, "OCTET STRING",
          "say \"hi\"\\\r\n\t\x01 \xC3\xA9", R"("say \"hi\"\\\r\n\t\u0001 )" "\xC3\xA9\""},
-        {[](V& v) { v.SetOctetString(u""); }, "OCTET STRING", "", R"("")"},
         {[](V& v) { v.SetObjectId(u"1.3.6.1.4.1.9"); }, "OBJECT IDENTIFIER", "1.3.6.1.4.1.9", R"("1.3.6.1.4.1.9")"},
         {[](V& v) { v.SetIpAddress(u"10.0.0.1"); }, "IpAddress", "10.0.0.1", R"("10.0.0.1")"},
         {[](V& v) { v.SetCounter32(4294967295u); }, "Counter32", "4294967295", "4294967295"},
@@ -95,12 +93,12 @@ TEST(SnmpVarBind, TextJsonAndXmlRoundTripTable) {
     }
     CSnmpVarBind vb = Bind(u"1.2");
     vb.SetOctetString(u"r1");
-    EXPECT_EQ(Utf8(vb.ToXml().ToString(1)), R"(<SnmpVarBind Oid="1.2" Type="OCTET STRING" Value="r1"/>)");
+    const CString octets = vb.ToXml().ToString(1);
     vb.SetNull();
-    EXPECT_EQ(Utf8(vb.ToXml().ToString(1)), R"(<SnmpVarBind Oid="1.2" Type="NULL"/>)");
+    EXPECT_EQ(Utf8(octets + vb.ToXml().ToString(1)),
+              R"(<SnmpVarBind Oid="1.2" Type="OCTET STRING" Value="r1"/><SnmpVarBind Oid="1.2" Type="NULL"/>)");
     const CSnmpVarBind empty;
-    EXPECT_TRUE(empty.ToString().IsEmpty());
-    EXPECT_TRUE(IsJson(empty.ToJSON())) << empty.ToJSON();
+    EXPECT_TRUE(empty.ToString().IsEmpty() && IsJson(empty.ToJSON())) << empty.ToJSON();
 }
 
 TEST(SnmpVarBind, FromXmlReplacesAndDefaults) {
@@ -154,17 +152,15 @@ TEST(SnmpPdu, TextAndJsonForms) {
               R"({"oid": "1.3.6.1.2.1.1.3.0", "type": "TimeTicks", "value": 5}]})");
     EXPECT_EQ(Utf8(CSnmpPdu(CSnmpPdu::PDU_GET, -1).ToString()), "GET request-id=-1 error-status=0 error-index=0 {}");
     const CSnmpPdu empty;
-    EXPECT_TRUE(empty.ToString().IsEmpty());
-    EXPECT_TRUE(IsJson(empty.ToJSON())) << empty.ToJSON();
+    EXPECT_TRUE(empty.ToString().IsEmpty() && IsJson(empty.ToJSON())) << empty.ToJSON();
 }
 
 TEST(SnmpPdu, XmlRoundTrip) {
     CSnmpPdu pdu(CSnmpPdu::PDU_GETBULK, 2147483647);
     pdu.SetErrorStatus(5);
     pdu.SetErrorIndex(2);
-    for (const Case& c : Cases()) {
+    for (const Case& c : Cases())
         pdu += c.vb;
-    }
     EXPECT_TRUE(IsJson(pdu.ToJSON())) << pdu.ToJSON();
     for (const CSnmpPdu::ePduType type :
          {CSnmpPdu::PDU_NONE, CSnmpPdu::PDU_GET, CSnmpPdu::PDU_GETNEXT, CSnmpPdu::PDU_RESPONSE, CSnmpPdu::PDU_SET,
@@ -177,10 +173,7 @@ TEST(SnmpPdu, XmlRoundTrip) {
         EXPECT_TRUE(back == pdu) << node.ToString(1);
         EXPECT_EQ(Utf8(back.ToString()), Utf8(pdu.ToString()));
     }
-}
-
-TEST(SnmpPdu, FromXmlReplacesTheBindings) {
-    CSnmpPdu pdu = SamplePdu();
+    // Reading replaces the bindings.
     CXML node(CString(u"<SnmpPdu Type='SET' RequestId='9'><SnmpVarBind Oid='1.1' Type='INTEGER' Value='3'/></SnmpPdu>"),
               CString());
     pdu.FromXml(node);
@@ -221,9 +214,6 @@ TEST(SnmpUtility, JsonStrings) {
         {u"", R"("")"}, {u"\"\\/", R"("\"\\/")"}, {u"\b\f\n\r\t", R"("\b\f\n\r\t")"},
         {u"\u0001\u001f", R"("\u0001\u001f")"}, {u"\u00e9\U0001F600", "\"\xC3\xA9\xF0\x9F\x98\x80\""},
     };
-    for (const auto& [text, expected] : rows) {
-        const CString json = CSnmpUtility::ToJsonString(text);
-        EXPECT_EQ(Utf8(json), expected);
-        EXPECT_TRUE(IsJson(json)) << json;
-    }
+    for (const auto& [text, expected] : rows)
+        EXPECT_TRUE(Utf8(CSnmpUtility::ToJsonString(text)) == expected && nlohmann::json::accept(expected)) << expected;
 }

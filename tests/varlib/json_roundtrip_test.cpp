@@ -7,21 +7,12 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 
 #include "corelib/Utility.h"
 #include "value_generator.h"
 #include "varlib/formats/JSON.h"
 
 namespace {
-
-class JsonRoundTrip : public ::testing::Test {
-protected:
-    void SetUp() override {
-        setenv("TZ", "UTC", 1);
-        tzset();
-    }
-};
 
 CVariable Expected(const CVariable& value) {
     switch (value.GetType()) {
@@ -43,7 +34,7 @@ CVariable Expected(const CVariable& value) {
             CString key = source.GetIndex(ordinal);
             if (bJsonArray)
                 key.Format(u"%d", ordinal);
-            array.InsertElement(key, new CVariable(Expected(*valuegen::ElementAt(source, ordinal))));
+            array.InsertElement(key, new CVariable(Expected(*tv::ElementAt(source, ordinal))));
         }
         return CVariable(array);
     }
@@ -53,7 +44,7 @@ CVariable Expected(const CVariable& value) {
 
 }  // namespace
 
-TEST_F(JsonRoundTrip, GeneratedValuesComeBackAsPromised) {
+TEST(JsonRoundTrip, GeneratedValuesComeBackAsPromised) {
     valuegen::ValueGenerator generator(1, valuegen::Form::kJson);
     for (int i = 0; i < 400; ++i) {
         const CVariable value = generator.Make(i % 8 == 0 ? i / 8 % generator.Kinds() : 6, i % 4);
@@ -75,7 +66,7 @@ TEST_F(JsonRoundTrip, GeneratedValuesComeBackAsPromised) {
 }
 
 // Up to the parser's nesting limit, depth alone changes nothing.
-TEST_F(JsonRoundTrip, DeepNesting) {
+TEST(JsonRoundTrip, DeepNesting) {
     CVariable value;
     value.ConstructArray(CVariableArray());
     CVariable* pLevel = &value;   // built in place: wrapping by copy costs a copy per level

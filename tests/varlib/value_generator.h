@@ -12,8 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "varlib/values/Variable.h"
-#include "varlib/values/VariableArray.h"
+#include "test_values.h"
 
 namespace valuegen {
 
@@ -91,12 +90,9 @@ private:
 
     CSnmpVarBind VarBind() {
         CSnmpVarBind vb{CString(u"1.3.6.1.2.1.1.") + CString(std::u16string(1, static_cast<char16_t>(u'0' + Below(10))))};
-        switch (Below(4)) {
-        case 0: vb.SetInteger(static_cast<int32_t>(m_rng())); break;
-        case 1: vb.SetOctetString(Text()); break;
-        case 2: vb.SetCounter64(m_rng()); break;
-        default: vb.SetException(CSnmpVarBind::SYNTAX_NOSUCHINSTANCE); break;
-        }
+        const int syntax = Below(4);
+        syntax == 0 ? vb.SetInteger(static_cast<int32_t>(m_rng())) : syntax == 1 ? vb.SetOctetString(Text())
+            : syntax == 2 ? vb.SetCounter64(m_rng()) : vb.SetException(CSnmpVarBind::SYNTAX_NOSUCHINSTANCE);
         return vb;
     }
 
@@ -135,12 +131,6 @@ private:
     bool m_bJson;
 };
 
-// The element at an ordinal, null if there is none.
-inline CVariable* ElementAt(const CVariableArray& array, int ordinal) {
-    CVariable* pElement = nullptr;
-    return array.Lookup(array.GetIndex(ordinal), pElement) ? pElement : nullptr;
-}
-
 inline bool SameDouble(double a, double b) {
     if (std::isnan(a) || std::isnan(b))
         return std::isnan(a) && std::isnan(b);
@@ -155,8 +145,7 @@ inline void ExpectSameValue(const CVariable& expected, const CVariable& actual) 
     while (!pending.empty()) {
         const Pair pair = pending.back();
         pending.pop_back();
-        const CVariable& e = *pair.e;
-        const CVariable& a = *pair.a;
+        const CVariable &e = *pair.e, &a = *pair.a;
         SCOPED_TRACE(pair.path);
         ASSERT_EQ(a.m_eType, e.m_eType);
         EXPECT_EQ(a.m_strName, e.m_strName);
@@ -185,11 +174,9 @@ inline void ExpectSameValue(const CVariable& expected, const CVariable& actual) 
             for (int ordinal = 0; ordinal < e.m_arrayValue.GetCount(); ++ordinal) {
                 const CString index = e.m_arrayValue.GetIndex(ordinal);
                 ASSERT_EQ(a.m_arrayValue.GetIndex(ordinal), index) << "ordinal " << ordinal;
-                CVariable* pE = nullptr;
-                CVariable* pA = nullptr;
+                CVariable *pE = nullptr, *pA = nullptr;
                 ASSERT_TRUE(e.m_arrayValue.Lookup(index, pE) && a.m_arrayValue.Lookup(index, pA));
-                EXPECT_EQ(pA->m_bArrayElement, 1);
-                EXPECT_EQ(pA->m_strIndex, index);
+                EXPECT_TRUE(pA->m_bArrayElement == 1 && pA->m_strIndex == index);
                 pending.push_back({pE, pA, pair.path + std::to_string(ordinal) + "/"});
             }
             break;

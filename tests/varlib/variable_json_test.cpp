@@ -3,31 +3,14 @@
 // any depth and the untouched cursor.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <ctime>
 #include <limits>
-#include <string>
 #include <utility>
-#include <vector>
 
-#include "varlib/values/Variable.h"
-#include "varlib/values/VariableArray.h"
+#include "test_values.h"
+
+using namespace tv;
 
 namespace {
-
-// An ARRAY value holding the members in this order.
-CVariable Arr(const std::vector<std::pair<CString, CVariable>>& members) {
-    CVariableArray array;
-    for (const auto& [index, value] : members)
-        array.InsertElement(index, new CVariable(value));
-    return CVariable(array);
-}
-
-CVariable OfType(eVariableType type) {
-    CVariable v;
-    v.ResetType(type);
-    return v;
-}
 
 CString Json(const CVariable& v, int nIndent = 0) {
     int bSuccess = -1;
@@ -36,24 +19,14 @@ CString Json(const CVariable& v, int nIndent = 0) {
     return text;
 }
 
-class VariableJson : public ::testing::Test {
-protected:
-    void SetUp() override {
-        setenv("TZ", "UTC", 1);
-        tzset();
-    }
-};
-
 }  // namespace
 
-TEST_F(VariableJson, NormalizeJsonStringTable) {
+TEST(VariableJson, NormalizeJsonStringTable) {
     const std::u16string raw{u'\0', u'\x01', u'\x0b', u'\x1f', u'\x7f', u'/', u'\u00e9', u'\u20ac', 0xD83D, 0xDE00};
     const std::pair<std::u16string, std::u16string> rows[] = {
-        {u"", u""},
-        {u"say \"hi\"", u"say \\\"hi\\\""},
-        {u"\\\"\b\f\n\r\t", u"\\\\\\\"\\b\\f\\n\\r\\t"},
+        {u"", u""}, {u"say \"hi\"", u"say \\\"hi\\\""}, {u"\\\"\b\f\n\r\t", u"\\\\\\\"\\b\\f\\n\\r\\t"},
         {u"\\n", u"\\\\n"},   // escaped letters are escaped again
-        {raw, raw},           // other controls, "/" and everything above 127 stay raw
+        {raw, raw},   // other controls, "/" and everything above 127 stay raw
     };
     for (const auto& [input, expected] : rows) {
         SCOPED_TRACE(CString(input).ToUtf8());
@@ -63,24 +36,19 @@ TEST_F(VariableJson, NormalizeJsonStringTable) {
     }
 }
 
-TEST_F(VariableJson, TypeTable) {
+TEST(VariableJson, TypeTable) {
     CVariable withEnum(2);
     withEnum.m_enumValues.Add(CIntegerEnumEntry(u"down", u"", 2));
     withEnum.SetName(u"n");
     CSnmpPdu pdu;
     CSnmpVarBind vb(CString(u"1.3.6.1.2.1.1.1.0"));
     const std::pair<CVariable, CString> rows[] = {
-        {CVariable(CString(u"a\\b\"c\td\x01")), u"\"a\\\\b\\\"c\\td\x01\""},
-        {CVariable(CString()), u"\"\""},
-        {CVariable(-0.25), u"-0.250000"},
+        {Str(u"a\\b\"c\td\x01"), u"\"a\\\\b\\\"c\\td\x01\""}, {Str(u""), u"\"\""}, {CVariable(-0.25), u"-0.250000"},
         {CVariable(1e20), u"100000000000000000000.000000"},
         {CVariable(-std::numeric_limits<double>::infinity()), u"-inf"},   // as printf writes it
-        {CVariable(std::numeric_limits<int64_t>::min()), u"-9223372036854775808"},
-        {withEnum, u"2"},   // the number, not the name
-        {CVariable(static_cast<char16_t>(0xD800)), u"55296"},
-        {CVariable(static_cast<unsigned char>(200)), u"200"},
-        {CVariable(CTime(86400 * 365 + 3600)), u"\"01.01.1971\""},
-        {CVariable(pdu), pdu.ToJSON()},
+        {CVariable(std::numeric_limits<int64_t>::min()), u"-9223372036854775808"}, {withEnum, u"2"},   // not the name
+        {CVariable(static_cast<char16_t>(0xD800)), u"55296"}, {CVariable(static_cast<unsigned char>(200)), u"200"},
+        {CVariable(CTime(86400 * 365 + 3600)), u"\"01.01.1971\""}, {CVariable(pdu), pdu.ToJSON()},
         {CVariable(vb), vb.ToJSON()},
     };
     for (const auto& [value, expected] : rows) {
@@ -91,32 +59,32 @@ TEST_F(VariableJson, TypeTable) {
     }
 }
 
-TEST_F(VariableJson, ArrayLayoutTable) {
-    const CVariable one(1), two(2), empty = Arr({});
+TEST(VariableJson, ArrayLayoutTable) {
+    const CVariable one(1), two(2), empty = Array({});
     const struct {
         CVariable value;
         int nIndent;
         CString expected;
     } rows[] = {
         // The first index decides array or object, whatever the later ones are.
-        {Arr({{u"0", one}, {u"name", two}}), 0, u"[\n    1,\n    2\n]"},
-        {Arr({{u"a", CVariable(CString(u"x"))}, {u"0", two}}), 0, u"{\n    \"a\" : \"x\",\n    \"0\" : 2\n}"},
-        {Arr({{u"-1.5", one}}), 0, u"[\n    1\n]"},
-        {Arr({{u"1e3", one}}), 0, u"{\n    \"1e3\" : 1\n}"},
-        {Arr({{u"a\"b\\c", one}}), 0, u"{\n    \"a\\\"b\\\\c\" : 1\n}"},
-        {Arr({{u"5", one}, {u"1", two}}), 0, u"[\n    1,\n    2\n]"},   // insertion order
+        {Array({{"0", one}, {"name", two}}), 0, u"[\n    1,\n    2\n]"},
+        {Array({{"a", CVariable(CString(u"x"))}, {"0", two}}), 0, u"{\n    \"a\" : \"x\",\n    \"0\" : 2\n}"},
+        {Array({{"-1.5", one}}), 0, u"[\n    1\n]"},
+        {Array({{"1e3", one}}), 0, u"{\n    \"1e3\" : 1\n}"},
+        {Array({{"a\"b\\c", one}}), 0, u"{\n    \"a\\\"b\\\\c\" : 1\n}"},
+        {Array({{"5", one}, {"1", two}}), 0, u"[\n    1,\n    2\n]"},   // insertion order
         // A nested array closes in the column of its own items.
-        {Arr({{u"0", Arr({{u"0", one}})}, {u"1", two}}), 0, u"[\n    [\n        1\n        ],\n    2\n]"},
-        {Arr({{u"o", Arr({{u"k", CVariable(CString(u"v"))}, {u"n", CVariable(2.0)}})}}), 0,
+        {Array({{"0", Array({{"0", one}})}, {"1", two}}), 0, u"[\n    [\n        1\n        ],\n    2\n]"},
+        {Array({{"o", Array({{"k", CVariable(CString(u"v"))}, {"n", CVariable(2.0)}})}}), 0,
          u"{\n    \"o\" : {\n        \"k\" : \"v\",\n        \"n\" : 2.000000\n        }\n}"},
-        {Arr({{u"0", one}, {u"1", Arr({{u"a", Arr({{u"0", two}})}})}}), 0,
+        {Array({{"0", one}, {"1", Array({{"a", Array({{"0", two}})}})}}), 0,
          u"[\n    1,\n    {\n        \"a\" : [\n            2\n            ]\n        }\n]"},
-        {Arr({{u"0", one}}), 4, u"[\n        1\n        ]"},
-        {Arr({{u"0", one}}), -8, u"[\n1\n]"},
-        {Arr({{u"0", CVariable(CString(u"a,\n"))}}), 0, u"[\n    \"a,\\n\"\n]"},
+        {Array({{"0", one}}), 4, u"[\n        1\n        ]"},
+        {Array({{"0", one}}), -8, u"[\n1\n]"},
+        {Array({{"0", CVariable(CString(u"a,\n"))}}), 0, u"[\n    \"a,\\n\"\n]"},
         {empty, 0, u""},
-        {Arr({{u"e", empty}, {u"n", one}}), 0, u"{\n    \"e\" : [],\n    \"n\" : 1\n}"},
-        {Arr({{u"0", one}, {u"1", empty}}), 0, u"[\n    1,\n    []\n]"},
+        {Array({{"e", empty}, {"n", one}}), 0, u"{\n    \"e\" : [],\n    \"n\" : 1\n}"},
+        {Array({{"0", one}, {"1", empty}}), 0, u"[\n    1,\n    []\n]"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.expected.ToUtf8());
@@ -124,19 +92,15 @@ TEST_F(VariableJson, ArrayLayoutTable) {
     }
 }
 
-TEST_F(VariableJson, FailsOnValueWithoutJsonFormAtAnyDepth) {
+TEST(VariableJson, FailsOnValueWithoutJsonFormAtAnyDepth) {
     const CVariable bad(CXML(CString(u"node"))), one(1);
     const std::pair<const char*, CVariable> rows[] = {
-        {"UNDEFINED", CVariable()},
-        {"ARRAY_ELEM", OfType(VT_ARRAY_ELEM)},
-        {"XML", bad},
-        {"XML empty", OfType(VT_XML)},
-        {"unknown number", OfType(static_cast<eVariableType>(12345))},
-        {"XML first", Arr({{u"0", bad}, {u"1", one}})},
-        {"XML last", Arr({{u"0", one}, {u"1", one}, {u"2", bad}})},
-        {"XML two levels down", Arr({{u"0", one}, {u"1", Arr({{u"a", Arr({{u"0", one}, {u"1", bad}})}})}, {u"2", one}})},
-        {"XML in an object", Arr({{u"a", one}, {u"b", bad}})},
-        {"UNDEFINED nested", Arr({{u"0", Arr({{u"0", CVariable()}})}})},
+        {"UNDEFINED", CVariable()}, {"ARRAY_ELEM", OfType(VT_ARRAY_ELEM)}, {"XML", bad}, {"XML empty", OfType(VT_XML)},
+        {"unknown number", OfType(12345)}, {"XML first", Array({{"0", bad}, {"1", one}})},
+        {"XML last", Array({{"0", one}, {"1", one}, {"2", bad}})},
+        {"XML two levels down", Array({{"0", one}, {"1", Array({{"a", Array({{"0", one}, {"1", bad}})}})}, {"2", one}})},
+        {"XML in an object", Array({{"a", one}, {"b", bad}})},
+        {"UNDEFINED nested", Array({{"0", Array({{"0", CVariable()}})}})},
     };
     for (const auto& [what, value] : rows) {
         SCOPED_TRACE(what);
@@ -147,16 +111,16 @@ TEST_F(VariableJson, FailsOnValueWithoutJsonFormAtAnyDepth) {
         }
     }
     // The flag is set again by each call, not only cleared.
-    for (const CVariable& value : {one, Arr({})}) {
+    for (const CVariable& value : {one, Array({})}) {
         int bSuccess = 0;
         value.ToJSON(bSuccess, 0);
         EXPECT_EQ(bSuccess, 1);
     }
 }
 
-TEST_F(VariableJson, WalkInProgressContinues) {
-    CVariable value = Arr({{u"a", CVariable(1)}, {u"b", Arr({{u"0", CVariable(2)}, {u"1", CVariable(3)}})},
-                           {u"c", CVariable(4)}});
+TEST(VariableJson, WalkInProgressContinues) {
+    CVariable value = Array({{"a", CVariable(1)}, {"b", Array({{"0", CVariable(2)}, {"1", CVariable(3)}})},
+                           {"c", CVariable(4)}});
     CString index, nestedIndex;
     CVariable* pElement = nullptr;
     CVariable* pNestedElement = nullptr;

@@ -4,15 +4,14 @@
 
 #include <array>
 #include <cmath>
-#include <cstdint>
 #include <cstring>
 #include <limits>
 #include <sstream>
-#include <string>
-#include <utility>
 #include <vector>
 
-#include "varlib/values/Variable.h"
+#include "test_values.h"
+
+using namespace tv;
 
 namespace {
 
@@ -23,16 +22,10 @@ const double kInf = std::numeric_limits<double>::infinity();
 
 CVariable Int(int64_t n) { return CVariable(n); }
 CVariable Dbl(double d) { return CVariable(d); }
-CVariable Str(const char16_t* s) { return CVariable(CString(s)); }
 CVariable Byte(unsigned n) { return CVariable(static_cast<unsigned char>(n)); }
 CVariable Char(unsigned n) { return CVariable(static_cast<char16_t>(n)); }
 CVariable Time(int64_t seconds) { return CVariable(CTime(seconds)); }
 CVariable Undef() { return CVariable(); }
-CVariable OfType(int number) {
-    CVariable v;
-    v.ResetType(static_cast<eVariableType>(number));
-    return v;
-}
 
 // Type, every payload field and the name, so that any change shows.
 std::string Describe(const CVariable& v) {

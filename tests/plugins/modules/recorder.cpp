@@ -19,10 +19,7 @@ namespace {
 
 void Record(const char* event) {
     const char* log = std::getenv("TW_TEST_PLUGIN_LOG");
-    if (!log || !*log) {
-        return;
-    }
-    if (std::FILE* file = std::fopen(log, "a")) {
+    if (std::FILE* file = log && *log ? std::fopen(log, "a") : nullptr) {
         std::fprintf(file, "%s %s\n", TW_TEST_TAG, event);
         std::fclose(file);
     }
@@ -37,13 +34,10 @@ std::string* g_state = nullptr;        // made by GetMetaInfo, freed by PlgClean
 const void* g_lastBuilt = nullptr;     // the object ExecuteFunction built last
 const void* g_lastElement = nullptr;   // its element "module"
 
-CString OnlyName() {
-    std::string name(TW_TEST_TAG);
-    name += "Only";
-    return CString(name.c_str());
-}
+CString OnlyName() { return CString(TW_TEST_TAG "Only"); }
 
-CFunctionSignature Signature(const char16_t* description, int parameters) {
+// Adds a form of the function with that many STRING parameters.
+void Declare(CModuleMetaInfo::CFunctionMap& functions, CString name, const char16_t* description, int parameters) {
     CFunctionSignature signature;
     signature.SetDescription(description);
     CArray<CVariableMetaInfo, const CVariableMetaInfo&> list;
@@ -53,7 +47,7 @@ CFunctionSignature Signature(const char16_t* description, int parameters) {
         list.Add(parameter);
     }
     signature.SetParameters(list);
-    return signature;
+    functions[name].Add(signature);
 }
 
 }  // namespace
@@ -64,22 +58,16 @@ TW_PLUGIN_EXPORT const void* TwTestLastElement() { return g_lastElement; }
 
 CModuleMetaInfo GetMetaInfo() {
     Record("GetMetaInfo");
-    if (!g_state) {
+    if (!g_state)
         g_state = new std::string(TW_TEST_TAG " state that PlgCleanUp frees");
-    }
     CModuleMetaInfo info;
     info.SetName(TW_TEST_TAG);
     info.SetDescription(u"Records its calls");
     info.SetVersion(u"1.0");
     CModuleMetaInfo::CFunctionMap functions;
-    CString echo(u"Echo");
-    CFunctionSignature one = Signature(u"Echo one text", 1);
-    CFunctionSignature two = Signature(u"Echo two texts", 2);
-    functions[echo].Add(one);
-    functions[echo].Add(two);
-    CString only = OnlyName();
-    CFunctionSignature none = Signature(u"Nothing to echo", 0);
-    functions[only].Add(none);
+    Declare(functions, u"Echo", u"Echo one text", 1);
+    Declare(functions, u"Echo", u"Echo two texts", 2);
+    Declare(functions, OnlyName(), u"Nothing to echo", 0);
     info.SetFunctionsMetaInfo(functions);
     return info;
 }
@@ -112,10 +100,7 @@ CVariable ExecuteFunction(const CString& function, const CVariableList& argument
 // "Echo" answers 2 + the number of arguments, to show that any non-zero answer
 // passes unchanged; "<tag>Only" answers 1; any other name 0.
 int ValidateArguments(const CString& function, const CVariableList& arguments) {
-    if (function == CString(u"Echo")) {
-        return 2 + static_cast<int>(arguments.GetSize());
-    }
-    return function == OnlyName() ? 1 : 0;
+    return function == CString(u"Echo") ? 2 + static_cast<int>(arguments.GetSize()) : function == OnlyName() ? 1 : 0;
 }
 
 void PlgCleanUp() {

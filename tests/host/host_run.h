@@ -1,0 +1,76 @@
+// Runs twhost as a process and matches its output.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "corelib/temp_dir.h"
+
+struct HostRun {
+    int status = -1;   // -1 when the process did not exit normally
+    std::string out, err;
+};
+
+// twhost with the arguments, each quoted for the shell; stdout and stderr caught in files.
+inline HostRun RunTwhost(const std::vector<std::string>& arguments) {
+    TempDir scratch;
+    std::string command = TWHOST_PATH;
+    for (const std::string& argument : arguments) {
+        command += " '";
+        for (const char ch : argument)
+            command += ch == '\'' ? std::string("'\\''") : std::string(1, ch);
+        command += "'";
+    }
+    command += " >" + scratch.File("out") + " 2>" + scratch.File("err");
+    const int status = std::system(command.c_str());
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadBytes(scratch.File("out")), ReadBytes(scratch.File("err"))};
+}
+
+inline std::string Describe(const HostRun& run) {
+    return "status " + std::to_string(run.status) + "\n--- stdout\n" + run.out + "--- stderr\n" + run.err;
+}
+
+// Whether text holds the parts of pattern in this order, "..." standing for
+// anything between them; an empty pattern wants an empty text.
+inline bool Has(const std::string& text, const std::string& pattern) {
+    if (pattern.empty())
+        return text.empty();
+    std::size_t at = 0;
+    for (std::size_t from = 0;;) {
+        const std::size_t gap = pattern.find("...", from);
+        const std::string part = pattern.substr(from, gap - from);
+        if ((at = text.find(part, at)) == std::string::npos)
+            return false;
+        at += part.size();
+        if (gap == std::string::npos)
+            return true;
+        from = gap + 3;
+    }
+}
+
+// Runs each case and checks its exit status and that stdout and stderr hold
+// what Has looks for; after each, check() may look at what the run left.
+struct HostCase {
+    std::vector<std::string> arguments;
+    int status;
+    std::string out, err;
+};
+
+template <class Check>
+void RunCases(const std::vector<HostCase>& cases, Check check) {
+    for (const HostCase& c : cases) {
+        std::string shown;
+        for (const std::string& argument : c.arguments)
+            shown += argument + " ";
+        SCOPED_TRACE(shown);
+        const HostRun run = RunTwhost(c.arguments);
+        EXPECT_EQ(run.status, c.status) << Describe(run);
+        EXPECT_TRUE(Has(run.out, c.out)) << Describe(run);
+        EXPECT_TRUE(Has(run.err, c.err)) << Describe(run);
+        check();
+    }
+}
