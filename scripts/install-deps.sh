@@ -8,6 +8,8 @@ packages=(
     clang-14 libclang-rt-14-dev
     nlohmann-json3-dev rapidjson-dev
     libcli11-dev
+    qt6-base-dev libgl-dev fonts-dejavu-core
+    xvfb xauth
 )
 as_root=()
 [ "$(id -u)" -eq 0 ] || as_root=(sudo)
