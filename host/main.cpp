@@ -10,6 +10,9 @@
 #include "host/CommandContext.h"
 #include "host/ExitCode.h"
 #include "host/PluginCommands.h"
+#ifdef TW_HAVE_WIDGETS
+#include "host/DialogCommand.h"
+#endif
 
 int main(int argc, char** argv) {
     CLI::App app("Host of the network-management platform's plug-in modules (NAME.twp): lists them and calls "
@@ -30,6 +33,9 @@ int main(int argc, char** argv) {
 
     RegisterPluginCommands(app, context);
     RegisterCacheCommands(app, context);
+#ifdef TW_HAVE_WIDGETS
+    RegisterDialogCommand(app, context);
+#endif
 
     try {
         app.parse(argc, argv);
