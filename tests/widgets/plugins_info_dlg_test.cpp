@@ -109,6 +109,20 @@ void AddThreeModules(CTestRegistry& registry) {
     registry.Add(u"broken.twp", nullptr);
 }
 
+// The controls by object name, in window order.
+const Lines kAllControls = {"pluginsTree",     "informationCaption", "information",    "returnValueCaption",
+                            "returnValueList", "parametersCaption",  "parametersList", "ok",
+                            "cancel"};
+const Lines kWithoutLists = {"pluginsTree", "informationCaption", "information", "ok", "cancel"};
+
+// A host's own QApplication on the platform the environment names.
+struct CHostApp {
+    int argc = 1;
+    char name[13] = "test_widgets";
+    char* argv[2] = {name, nullptr};
+    QApplication app{argc, argv};
+};
+
 // Runs probe in the open window once its loop runs, then closes it with OK or Cancel.
 class CProbeDlg : public CPluginsInfoDlg {
 public:
@@ -139,9 +153,8 @@ public:
     // The controls that show, by object name, in window order.
     Lines Shown() const {
         Lines names;
-        for (const char* name : {"pluginsTree", "informationCaption", "information", "returnValueCaption",
-                                 "returnValueList", "parametersCaption", "parametersList", "ok", "cancel"})
-            if (Find<QWidget>(name)->isVisible())
+        for (const std::string& name : kAllControls)
+            if (Find<QWidget>(name.c_str())->isVisible())
                 names.push_back(name);
         return names;
     }
@@ -198,10 +211,6 @@ Lines Headings(const QTreeWidget* list) {
     const QTreeWidgetItem* header = list->headerItem();
     return {Utf8(header->text(0)), Utf8(header->text(1)), Utf8(header->text(2))};
 }
-
-const Lines kAllControls = {"pluginsTree",       "informationCaption", "information", "returnValueCaption",
-                            "returnValueList",   "parametersCaption",  "parametersList", "ok", "cancel"};
-const Lines kWithoutLists = {"pluginsTree", "informationCaption", "information", "ok", "cancel"};
 
 // Sets a variable of the environment for one scope, then puts back the old value.
 class CScopedEnv {
@@ -330,10 +339,7 @@ TEST(PluginsInfoDlg, LabelSettersReplaceEveryText) {
 }
 
 TEST(PluginsInfoDlg, EmptyRegistryInTheHostsApplication) {
-    int argc = 1;
-    char name[] = "test_widgets";
-    char* argv[] = {name, nullptr};
-    QApplication host(argc, argv);
+    CHostApp host;
     CTestRegistry registry;
     CProbeDlg dialog;
     dialog.SetPluginRegistry(&registry);
@@ -342,7 +348,7 @@ TEST(PluginsInfoDlg, EmptyRegistryInTheHostsApplication) {
         EXPECT_EQ(dlg.Shown(), kAllControls);
     };
     EXPECT_EQ(dialog.DoModal(), CPluginsInfoDlg::IDCANCEL) << dialog.GetErrorText();
-    EXPECT_EQ(QCoreApplication::instance(), &host);
+    EXPECT_EQ(QCoreApplication::instance(), &host.app);
     // Twice in one application: each opening makes a new window.
     dialog.bAccept = true;
     EXPECT_EQ(dialog.DoModal(), CPluginsInfoDlg::IDOK) << dialog.GetErrorText();
@@ -377,10 +383,7 @@ TEST(PluginsInfoDlg, RefusesToOpenWithAReason) {
 }
 
 TEST(PluginsInfoDlg, UtilityFillsTheControls) {
-    int argc = 1;
-    char name[] = "test_widgets";
-    char* argv[] = {name, nullptr};
-    QApplication app(argc, argv);
+    const CHostApp host;
 
     // Rich text: colour 0x00RRGGBB (0 keeps the box's own), bold, italic, underline; "\r\n" breaks a line.
     QTextEdit box;
