@@ -4,9 +4,14 @@
 // read and set from any thread. Every directory handed out ends in "/".
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "corelib/framework/String.h"
+
+class CStringArray;
+class QTextEdit;
+class QTreeWidget;
 
 class CUtility {
 public:
@@ -35,5 +40,21 @@ public:
     // else: no blanks, no exponent, no hexadecimal, no thousands separators.
     // "12", "-7", "+0.5" and "2.5" are numbers; "", "-", "1.", ".5", " 1", "1e3" are not.
     static int IsNumber(const CString& text);
-    // AddToRichText and ListInsertRow fill the dialog's controls; they live with the dialog.
+
+    // The two fillers of the plug-ins dialog's controls. They are defined in
+    // tw_varlib_widgets, beside the dialog, so that only a program that links
+    // tw::varlib_widgets (and with it Qt) can call them.
+    //
+    // Appends text at the end of the box in one style: color as 0x00RRGGBB, 0
+    // for the box's own text colour (our choice, so that a label keeps to the
+    // palette; ask for 0x010101 to get black), then bold, italic and underline,
+    // each on when non-zero. "\r\n" and a lone "\r" count as one line break.
+    static void AddToRichText(QTextEdit& box, const CString& text, uint32_t color, int bold, int italic,
+                              int underline);
+    // Inserts a row before position row (at the end when row is negative or past
+    // the last) with one cell for each string, from the first column on. check -1
+    // gives the row no check box, 0 an unchecked and any other value a checked one;
+    // data is kept with the row (Qt::UserRole of its first cell). Returns the
+    // position of the new row.
+    static int ListInsertRow(QTreeWidget& list, int row, int check, uint32_t data, const CStringArray& cells);
 };

@@ -6,9 +6,14 @@
 // a process-wide singleton.
 #pragma once
 
+#include <exception>
+#include <iostream>
+#include <optional>
 #include <string>
 
 #include "corelib/framework/String.h"
+#include "host/CommandContext.h"
+#include "host/ExitCode.h"
 #include "varlib/plugins/PluginRegistry.h"
 
 class CLoadedPlugins {
@@ -29,3 +34,20 @@ private:
     CPluginRegistry* m_pRegistry;
     CString m_strPluginDir;
 };
+
+// Loads the plug-ins, runs work on them, and turns whatever a module throws
+// into a message on stderr and EXIT_FAILED. The message is read before the
+// modules are unloaded: an exception object's code lives in the module that threw it.
+template <typename Work>
+int WithPlugins(const CCommandContext& context, Work&& work) {
+    std::optional<CLoadedPlugins> plugins;
+    try {
+        plugins.emplace(context.m_strPluginDir);
+        return work(*plugins);
+    } catch (const std::exception& e) {
+        std::cerr << "twhost: " << e.what() << '\n';
+    } catch (...) {
+        std::cerr << "twhost: a plug-in threw an exception of unknown type\n";
+    }
+    return EXIT_FAILED;
+}

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <iostream>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,23 +22,6 @@
 namespace {
 
 std::string Utf8(const CString& text) { return CUtility::UTF16toUTF8(text); }
-
-// Loads the plug-ins, runs work on them, and turns whatever a module throws
-// into a message. The message is read before the modules are unloaded: an
-// exception object's code lives in the module that threw it.
-template <typename Work>
-int WithPlugins(const CCommandContext& context, Work&& work) {
-    std::optional<CLoadedPlugins> plugins;
-    try {
-        plugins.emplace(context.m_strPluginDir);
-        return work(*plugins);
-    } catch (const std::exception& e) {
-        std::cerr << "twhost: " << e.what() << '\n';
-    } catch (...) {
-        std::cerr << "twhost: a plug-in threw an exception of unknown type\n";
-    }
-    return EXIT_FAILED;
-}
 
 std::vector<CString> SortedPluginNames(const CPluginRegistry& registry) {
     CStringArray names;

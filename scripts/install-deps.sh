@@ -9,6 +9,8 @@ packages=(
     nlohmann-json3-dev rapidjson-dev
     libcli11-dev libcpp-httplib-dev
     chromium
+    qt6-base-dev libgl-dev fonts-dejavu-core
+    xvfb xauth
 )
 # The browser test runs on Node.js with npm. A machine that has them from
 # elsewhere keeps its own: Debian's npm conflicts with other builds of nodejs.

@@ -248,12 +248,12 @@ private:
         const intptr_t cap = m_nBlockSize;
         const intptr_t n = m_nNextBlockSize == 0 ? std::min<intptr_t>(2, cap) : std::min<intptr_t>(m_nNextBlockSize, cap);
         m_nNextBlockSize = std::min<intptr_t>(n * 2, cap);
-        Slot* slots = new Slot[static_cast<std::size_t>(n) + 1];
-        slots[0].nextBlock = m_pBlocks;
-        m_pBlocks = slots;
+        Slot* block = new Slot[static_cast<std::size_t>(n) + 1];
+        block[0].nextBlock = m_pBlocks;
+        m_pBlocks = block;
         for (intptr_t i = n; i >= 1; --i) {
-            slots[i].nextFree = m_pFreeList;
-            m_pFreeList = &slots[i];
+            block[i].nextFree = m_pFreeList;
+            m_pFreeList = &block[i];
         }
     }
 

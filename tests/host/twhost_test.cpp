@@ -103,7 +103,7 @@ TEST(Twhost, EveryOutcomeHasItsStatusAndMessage) {
         {{"call", "InterfaceList", "[\"\"]"}, 4, "", "The types fit a declared form, so the plug-in refused a value"},
         {{"call", "TableReport", "[[1, 2]]"}, 4, "", "TableReport does not accept the arguments (ARRAY)\n"},
         {{"call"}, 2, "", "FUNCTION is required"},
-        {{}, 2, "", "twhost: a command is required: plugins, call, cache, report, reports or serve"},
+        {{}, 2, "", "twhost: a command is required: plugins, call, cache, report, reports, serve"},
         {{"--plugin-dir", "/nonexistent/twhost", "plugins"}, 2, "", "/nonexistent/twhost"},
         {{"call", "ThrowPlatform"}, 1, "", "twhost: ...faulty: the platform's exception\n"},
         {{"call", "ThrowOther"}, 1, "", "twhost: a plug-in threw an exception of unknown type\n"},

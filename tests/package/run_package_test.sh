@@ -14,7 +14,11 @@ cmake --install "$build" --prefix "$first" >"$work/install.log"
 echo '#include <tw_varlib.h>' | ${CXX:-c++} -std=c++20 -fsyntax-only \
     -I"$first/include" -I"$first/include/tw_varlib" -x c++ -
 
-cmake -S "$consumer" -B "$work/consumer-build" -G "$generator" \
+# The dialog component, where this build made it.
+widgets=OFF
+[ -f "$first/lib/cmake/tw_varlib/tw_varlibWidgetsTargets.cmake" ] && widgets=ON
+
+cmake -S "$consumer" -B "$work/consumer-build" -G "$generator" -DTW_CONSUMER_WIDGETS=$widgets \
     -DCMAKE_PREFIX_PATH="$first" -DCMAKE_INSTALL_PREFIX="$first" \
     -DCMAKE_CXX_FLAGS="$flags" -DCMAKE_BUILD_TYPE=Release >"$work/consumer-configure.log"
 cmake --build "$work/consumer-build" >"$work/consumer-build.log"
@@ -35,3 +39,7 @@ read -r -a pc_flags <<<"$(pkg-config --cflags --libs tw_varlib)"
 # shellcheck disable=SC2086 # the build's flags are a list of words
 ${CXX:-c++} -std=c++20 $flags "$consumer/consumer.cpp" "${pc_flags[@]}" -Wl,-rpath,"$moved/lib" -o "$work/pc_consumer"
 "$work/pc_consumer" "$moved/lib/tw_varlib/plugins"
+
+if [ "$widgets" = ON ]; then
+    "$moved/bin/tw_dialog_consumer"
+fi
