@@ -71,10 +71,13 @@ TEST(MapWalk, OrderFollowsBucketsNewestFirst) {
             inserted.push_back(Key(i));
         }
         EXPECT_EQ(map.GetHashTableSize(), buckets);
-        EXPECT_EQ(Walk(map), ModelWalk(inserted, buckets));
-        std::vector<CString> viaPairs;   // PGetFirstAssoc / PGetNextAssoc walk the same way
+        const std::vector<CString> order = ModelWalk(inserted, buckets);
+        EXPECT_EQ(Walk(map), order);
+        std::vector<CString> viaPairs;   // PGetFirstAssoc / PGetNextAssoc and GetAt follow the walk
         for (const auto* p = map.PGetFirstAssoc(); p; p = map.PGetNextAssoc(p)) viaPairs.push_back(p->key);
-        EXPECT_EQ(viaPairs, ModelWalk(inserted, buckets));
+        EXPECT_EQ(viaPairs, order);
+        for (int i = 0; i < 300; ++i) EXPECT_EQ(map.GetAt(i), map[order[i]]) << i;
+        for (const int outside : {-1, 300}) EXPECT_THROW(map.GetAt(outside), CInvalidArgException);
     }
     OrdinalMap ordinals;
     std::vector<int> inserted;
@@ -140,6 +143,7 @@ TEST(MapOperations, DefaultsAndRemovingTheLastPair) {
     POSITION none = nullptr;
     CString k, v;
     EXPECT_THROW(map.GetNextAssoc(none, k, v), CInvalidArgException);
+    EXPECT_THROW(map.GetAt(0), CInvalidArgException);
 }
 
 TEST(MapEx, CopyTakesBucketCountAndSharesPointers) {
@@ -166,22 +170,6 @@ TEST(MapEx, CopyTakesBucketCountAndSharesPointers) {
     CMapEx<CString, CString&, Signatures, Signatures&> copy(table);
     copy[name].Add(CString(u"Run(STRING)"));
     EXPECT_EQ(table[name].GetSize() * 10 + copy[name].GetSize(), 12);
-}
-
-TEST(MapEx, GetAtFollowsTheWalk) {
-    TextMap one, many;
-    one[u"only"] = u"value";
-    EXPECT_EQ(one.GetAt(0), u"value");
-    EXPECT_THROW(one.GetAt(1), CInvalidArgException);
-    EXPECT_THROW(one.GetAt(-1), CInvalidArgException);
-    EXPECT_THROW(TextMap().GetAt(0), CInvalidArgException);
-    for (int i = 0; i < 40; ++i) many[Key(i)] = Key(100 + i);
-    POSITION pos = many.GetStartPosition();
-    for (int i = 0; i < 40; ++i) {
-        CString k, v;
-        many.GetNextAssoc(pos, k, v);
-        EXPECT_EQ(many.GetAt(i), v) << i;
-    }
 }
 
 }  // namespace

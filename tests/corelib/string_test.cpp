@@ -5,41 +5,38 @@
 #include <cstdio>
 #include <limits>
 #include <string>
+#include <utility>
 
 #include "corelib/framework/InvalidArgException.h"
 #include "corelib/framework/String.h"
 
 namespace {
 
-// Format with one argument gives what snprintf gives for the narrow format.
+// Format with one argument gives what snprintf gives for the same format (%I64d: for %lld).
 template <class T>
-void SameAsPrintf(const char16_t* format, const char* narrow, T value) {
+void SameAsPrintf(const char* format, T value) {
+    const std::string narrow = format == std::string("%I64d") ? "%lld" : format;
     char buffer[512];
-    std::snprintf(buffer, sizeof buffer, narrow, value);
+    std::snprintf(buffer, sizeof buffer, narrow.c_str(), value);
     CString s;
-    s.Format(format, value);
-    EXPECT_EQ(s.ToUtf8(), buffer) << CString(format);
+    s.Format(CString::FromUtf8(format), value);
+    EXPECT_EQ(s.ToUtf8(), buffer) << format;
 }
 
 // Every printf form the libraries use.
 TEST(StringFormat, NumbersMatchPrintf) {
     constexpr double kNaN = std::numeric_limits<double>::quiet_NaN(), kInf = std::numeric_limits<double>::infinity();
-    SameAsPrintf(u"%d", "%d", -42);
-    SameAsPrintf(u"%u", "%u", 4294967295u);
-    SameAsPrintf(u"%I64d", "%lld", static_cast<long long>(INT64_MIN));
-    SameAsPrintf(u"%I64d", "%lld", static_cast<long long>(INT64_MAX));
-    for (const double d : {1.5, -0.0, 1e300, kNaN, -kInf})
-        SameAsPrintf(u"%f", "%f", d);
-    SameAsPrintf(u"%.2f", "%.2f", 2.675);
-    SameAsPrintf(u"%10.3f", "%10.3f", 3.14159);
-    SameAsPrintf(u"%g", "%g", 1e-7);
-    SameAsPrintf(u"%e", "%e", 12345.678);
-    SameAsPrintf(u"%x", "%x", 255u);
-    SameAsPrintf(u"%08X", "%08X", 48879u);
-    SameAsPrintf(u"%-5d|", "%-5d|", 7);
-    SameAsPrintf(u"%+d", "%+d", 7);
-    SameAsPrintf(u"%05d", "%05d", -7);
-    SameAsPrintf(u"%ld", "%ld", 123456789L);
+    for (const char* format : {"%d", "%-5d|", "%+d", "%05d"})
+        SameAsPrintf(format, -7);
+    for (const char* format : {"%u", "%x", "%08X"})
+        for (const unsigned n : {4294967295u, 48879u})
+            SameAsPrintf(format, n);
+    for (const long long n : {static_cast<long long>(INT64_MIN), static_cast<long long>(INT64_MAX)})
+        SameAsPrintf("%I64d", n);
+    for (const char* format : {"%f", "%.2f", "%10.3f", "%g", "%e"})
+        for (const double d : {1.5, -0.0, 1e300, kNaN, -kInf, 2.675, 3.14159, 1e-7, 12345.678})
+            SameAsPrintf(format, d);
+    SameAsPrintf("%ld", 123456789L);
     CString s;
     s.Format(u"%u", -1);
     EXPECT_EQ(s, u"4294967295");
@@ -82,9 +79,13 @@ TEST(StringUnicode, Conversions) {
         EXPECT_EQ(s.Str(), row.utf16);
         EXPECT_EQ(s.ToUtf8(), row.back);
     }
-    // Unpaired surrogates on the way out become U+FFFD; lengths count code units.
-    EXPECT_EQ(CString(std::u16string{u'a', char16_t(0xDC00), char16_t(0xD800), u'b'}).ToUtf8(),
-              "a\xEF\xBF\xBD\xEF\xBF\xBD" "b");
+    // Unpaired surrogates on the way out become U+FFFD, a reversed pair too; lengths count code units.
+    const std::pair<std::u16string, std::string> out[] = {
+        {{u'a', char16_t(0xDC00), char16_t(0xD800), u'b'}, "a\xEF\xBF\xBD\xEF\xBF\xBD" "b"},
+        {{char16_t(0xD83D), char16_t(0xD83D), char16_t(0xDE00)}, "\xEF\xBF\xBD\xF0\x9F\x98\x80"},
+        {u"\uffff\U0010FFFF", "\xEF\xBF\xBF\xF4\x8F\xBF\xBF"}};
+    for (const auto& [text, utf8] : out)
+        EXPECT_EQ(CString(text).ToUtf8(), utf8);
     EXPECT_EQ(CString(u"\U0001F600").GetLength(), 2);
 }
 

@@ -102,15 +102,13 @@ TEST(SnmpVarBind, TextJsonAndXmlRoundTripTable) {
 }
 
 TEST(SnmpVarBind, FromXmlReplacesAndDefaults) {
-    const std::pair<const char*, const char*> rows[] = {
-        {"", ""},  // no Oid: empty
-        {R"(Oid="1.2" Type="Bogus" Value="3")", "1.2 = NULL"},
-        {R"(Oid="1.2" Type="NULL" Value="5")", "1.2 = NULL"},
+    const std::pair<const char*, const char*> rows[] = {   // under any tag; no Oid: empty
+        {"", ""}, {R"(Oid="1.2" Type="Bogus" Value="3")", "1.2 = NULL"}, {R"(Oid="1.2" Type="NULL" Value="5")", "1.2 = NULL"},
         {R"(Oid="1.2" Type="INTEGER" Value="x")", "1.2 = INTEGER: 0"},
         {R"(Oid="1.2" Type="INTEGER" Value="2147483648")", "1.2 = INTEGER: 0"},
         {R"(Oid="1.2" Type="Counter32" Value="-1")", "1.2 = Counter32: 0"},
         {R"(Oid="1.2" Type="Counter32" Value="4294967296")", "1.2 = Counter32: 0"},
-        {R"(Oid="1.2" Type="Gauge32" Value="9")", "1.2 = Gauge32: 9"},  // under any tag
+        {R"(Oid="1.2" Type="Gauge32" Value="9")", "1.2 = Gauge32: 9"},
     };
     for (const auto& [attributes, text] : rows) {
         SCOPED_TRACE(attributes);
@@ -121,25 +119,6 @@ TEST(SnmpVarBind, FromXmlReplacesAndDefaults) {
         vb.FromXml(node);
         EXPECT_EQ(Utf8(vb.ToString()), text);
     }
-}
-
-TEST(SnmpVarBind, CopiesAndValueAccessors) {
-    CSnmpVarBind a = Bind(u"1.2");
-    a.SetInteger(-3);
-    CSnmpVarBind b(a);
-    CSnmpVarBind c;
-    c = a;
-    b.SetInteger(2);
-    c.SetOid(u"3.4");
-    EXPECT_EQ(Utf8(a.ToString() + u"; " + b.ToString() + u"; " + c.ToString()),
-              "1.2 = INTEGER: -3; 1.2 = INTEGER: 2; 3.4 = INTEGER: -3");
-    EXPECT_NE(a.IsNumeric(), 0);
-    a.SetOctetString(u"x");
-    EXPECT_EQ(a.IsNumeric() + a.GetInteger(), 0);
-    a.SetException(CSnmpVarBind::SYNTAX_INTEGER);  // not an exception: Null
-    EXPECT_EQ(a.GetSyntax(), CSnmpVarBind::SYNTAX_NULL);
-    CSnmpVarBind::eSyntax syntax = CSnmpVarBind::SYNTAX_NULL;
-    EXPECT_EQ(CSnmpVarBind::SyntaxFromName(u"counter32", syntax), 0);  // names compare exactly
 }
 
 TEST(SnmpPdu, TextAndJsonForms) {
@@ -182,25 +161,35 @@ TEST(SnmpPdu, XmlRoundTrip) {
     EXPECT_THROW(pdu.GetVarBind(-1), CInvalidArgException);
 }
 
-TEST(SnmpPdu, AppendAndCopiesAreIndependent) {
-    CSnmpPdu a;
-    CSnmpVarBind vb = Bind(u"1.2");
-    vb.SetInteger(1);
-    a += vb;
-    vb.SetInteger(2);  // after the append: not seen in the PDU
-    CSnmpPdu& self = (a += a.GetVarBind(0));  // a binding of the PDU itself
-    EXPECT_EQ(&self, &a);
-    EXPECT_EQ(Utf8(a.ToString()), "NONE request-id=0 error-status=0 error-index=0 {1.2 = INTEGER: 1; 1.2 = INTEGER: 1}");
+// Copies of bindings and PDUs are independent; an appended binding is a copy, also one of the PDU itself.
+TEST(SnmpPdu, CopiesAndAppendsAreIndependent) {
+    CSnmpVarBind a = Bind(u"1.2");
+    a.SetInteger(-3);
+    CSnmpVarBind b(a), c;
+    c = a;
+    b.SetInteger(2);
+    c.SetOid(u"3.4");
+    CSnmpPdu pdu;
+    pdu += a;
+    a.SetInteger(1);   // after the append: not seen in the PDU
+    EXPECT_EQ(&(pdu += pdu.GetVarBind(0)), &pdu);
+    EXPECT_EQ(Utf8(a.ToString() + u"; " + b.ToString() + u"; " + c.ToString() + u"; " + pdu.ToString()),
+              "1.2 = INTEGER: 1; 1.2 = INTEGER: 2; 3.4 = INTEGER: -3; "
+              "NONE request-id=0 error-status=0 error-index=0 {1.2 = INTEGER: -3; 1.2 = INTEGER: -3}");
+    EXPECT_NE(a.IsNumeric(), 0);
+    a.SetOctetString(u"x");
+    EXPECT_EQ(a.IsNumeric() + a.GetInteger(), 0);
+    a.SetException(CSnmpVarBind::SYNTAX_INTEGER);  // not an exception: Null
+    EXPECT_EQ(a.GetSyntax(), CSnmpVarBind::SYNTAX_NULL);
+    CSnmpVarBind::eSyntax syntax = CSnmpVarBind::SYNTAX_NULL;
+    EXPECT_EQ(CSnmpVarBind::SyntaxFromName(u"counter32", syntax), 0);  // names compare exactly
 
     const CSnmpPdu sample = SamplePdu();
-    CSnmpPdu b(sample);
-    CSnmpPdu c;
-    c = sample;
-    b.RemoveAllVarBinds();
-    c.SetRequestId(1);
-    EXPECT_TRUE(sample == SamplePdu());
-    EXPECT_EQ(c.GetVarBindCount(), 2);
-    EXPECT_TRUE(sample != c);
+    CSnmpPdu copied(sample), assigned;
+    assigned = sample;
+    copied.RemoveAllVarBinds();
+    assigned.SetRequestId(1);
+    EXPECT_TRUE(sample == SamplePdu() && sample != assigned && assigned.GetVarBindCount() == 2);
 }
 
 TEST(SnmpUtility, LocalAddressIsDottedIpv4) {

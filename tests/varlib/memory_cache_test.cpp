@@ -52,21 +52,16 @@ protected:
     CMemoryCache& cache = (CMemoryCache::CleanUp(), *CMemoryCache::Instance());
 };
 
-// CleanUp without an instance, twice, and followed by a fresh instance.
+// CleanUp without an instance, twice, and followed by a fresh, empty instance.
 TEST(MemoryCache, InstanceIsMadeOnceAndCleanUpEndsIt) {
     CMemoryCache::CleanUp();
-    CMemoryCache::CleanUp();
     CMemoryCache* first = CMemoryCache::Instance();
-    ASSERT_NE(first, nullptr);
-    EXPECT_EQ(CMemoryCache::Instance(), first);
+    ASSERT_TRUE(first != nullptr && CMemoryCache::Instance() == first);
     EXPECT_EQ(first->ToString(), CString(u"<MemoryCache/>"));
     first->AddEntry(u"k", CVariable(1), u"");
     CMemoryCache::CleanUp();
     CMemoryCache::CleanUp();
-    CMemoryCache* second = CMemoryCache::Instance();
-    ASSERT_NE(second, nullptr);
-    EXPECT_EQ(second->Lookup(u"k"), nullptr);
-    EXPECT_EQ(second->GetCount(), 0);
+    EXPECT_TRUE(CMemoryCache::Instance()->Lookup(u"k") == nullptr && CMemoryCache::Instance()->GetCount() == 0);
     EXPECT_EQ(CacheProbe().Buckets(), 100000u);
     CMemoryCache::CleanUp();
 }
@@ -108,48 +103,6 @@ TEST_F(MemoryCacheTest, FindEntryByValueSearchesTheIndexByExactText) {
         EXPECT_EQ((found ? "found " : "") + index.ToUtf8(), (c[2][0] != '-' ? "found " : "") + std::string(c[2]))
             << c[0] << " / " << c[1];
     }
-}
-
-TEST_F(MemoryCacheTest, SaveAndLoadRestoreEveryValueAndIndex) {
-    std::map<std::string, std::pair<std::string, Pairs>> saved;   // key -> the value's XML, its index
-    int n = 0;
-    for (const auto& [name, value] : EveryType()) {
-        const std::string key = "k" + std::to_string(n++) + " " + name;
-        cache.AddEntry(Text(key.c_str()), value, u"Name");
-        CMemoryCacheEntry entry;
-        entry.Create(value, u"Name");
-        saved[key] = {XmlOf(value), PairsOf(entry)};
-    }
-    cache.AddEntry(u"", Str("under the empty key"), u"");
-    saved[""] = {XmlOf(Str("under the empty key")), {}};
-    EXPECT_FALSE(saved["k12 ARRAY of rows"].second.empty()) << "the table must have been indexed";
-    ASSERT_EQ(cache.Save(Path("cache.xml")), 1);
-
-    // A load replaces: what was added since is gone.
-    cache.AddEntry(u"added later", CVariable(1), u"");
-    cache.RemoveEntry(u"");
-    ASSERT_EQ(cache.Load(Path("cache.xml")), 1);
-    EXPECT_EQ(cache.Lookup(u"added later"), nullptr);
-    EXPECT_EQ(cache.GetCount(), static_cast<int>(saved.size()));
-    for (const auto& [key, want] : saved) {
-        SCOPED_TRACE(key);
-        CVariable* value = cache.Lookup(Text(key.c_str()));
-        ASSERT_NE(value, nullptr);
-        EXPECT_EQ(XmlOf(*value), want.first);
-        for (const auto& [text, index] : want.second) {
-            CString found;
-            EXPECT_TRUE(cache.FindEntryByValue(Text(key.c_str()), Text(text.c_str()), found));
-            EXPECT_EQ(found.ToUtf8(), index);
-        }
-    }
-
-    // An empty cache writes a root without children and reads back empty.
-    cache.RemoveAllEntries();
-    ASSERT_EQ(cache.Save(Path("empty.xml")), 1);
-    EXPECT_EQ(ReadBytes(dir.File("empty.xml")), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<MemoryCache />\n");
-    cache.AddEntry(u"x", CVariable(1), u"");
-    ASSERT_EQ(cache.Load(Path("empty.xml")), 1);
-    EXPECT_EQ(cache.GetCount(), 0);
 }
 
 TEST_F(MemoryCacheTest, ReadsEntriesWhateverTheirTagAndKeepsTheLastOfAKey) {
@@ -194,13 +147,22 @@ TEST_F(MemoryCacheTest, FailedSaveOrLoadLeavesTheCacheAsItWas) {
     }
 }
 
-// A saved file cut short or with bytes changed: Load gives 0 and changes
-// nothing, or gives 1 and holds exactly what the damaged text says (never a
+// Every value and its index come back from the file, and a load replaces
+// what was there. A copy cut short or with bytes changed: Load gives 0 and
+// changes nothing, or 1 and holds exactly what the damaged text says (never a
 // merge with what was there).
-TEST_F(MemoryCacheTest, DamagedFilesLoadWhatTheirTextAllowsOrNothing) {
-    int n = 0;
-    for (const auto& [name, value] : EveryType())
-        cache.AddEntry(Text(("k" + std::to_string(n++)).c_str()), value, u"Name");
+TEST_F(MemoryCacheTest, SaveLoadAndDamagedFiles) {
+    std::map<std::string, std::pair<std::string, Pairs>> saved;   // key -> the value's XML, its index
+    for (const auto& [name, value] : EveryType()) {
+        const std::string key = "k" + std::to_string(saved.size()) + " " + name;
+        cache.AddEntry(Text(key.c_str()), value, u"Name");
+        CMemoryCacheEntry entry;
+        entry.Create(value, u"Name");
+        saved[key] = {XmlOf(value), PairsOf(entry)};
+    }
+    cache.AddEntry(u"", Str("under the empty key"), u"");
+    saved[""] = {XmlOf(Str("under the empty key")), {}};
+    EXPECT_FALSE(saved["k12 ARRAY of rows"].second.empty()) << "the table must have been indexed";
     ASSERT_EQ(cache.Save(Path("good.xml")), 1);
     const std::string good = ReadBytes(dir.File("good.xml"));
     ASSERT_GT(good.size(), 1000u);
@@ -219,7 +181,6 @@ TEST_F(MemoryCacheTest, DamagedFilesLoadWhatTheirTextAllowsOrNothing) {
         }
         damaged.emplace_back(what, bytes);
     }
-
     int loaded = 0;
     for (const auto& [what, bytes] : damaged) {
         SCOPED_TRACE(what);
@@ -235,24 +196,40 @@ TEST_F(MemoryCacheTest, DamagedFilesLoadWhatTheirTextAllowsOrNothing) {
         ++loaded;
         EXPECT_EQ(result, 1);
         EXPECT_EQ(cache.Lookup(u"sentinel"), nullptr);
-        EXPECT_LE(cache.GetCount(), n + 1);
+        EXPECT_LE(cache.GetCount(), static_cast<int>(saved.size()));
         EXPECT_EQ(cache.Save(Path("resaved.xml")), 1);
     }
-    // Most flips land in attribute text and still read; the cuts never do.
-    EXPECT_GT(loaded, 0);
+    EXPECT_GT(loaded, 0);   // most flips land in attribute text and still read; the cuts never do
+
+    cache.AddEntry(u"sentinel", CVariable(1), u"");
     ASSERT_EQ(cache.Load(Path("good.xml")), 1);
-    EXPECT_EQ(cache.GetCount(), n);
+    EXPECT_EQ(cache.Lookup(u"sentinel"), nullptr);
+    EXPECT_EQ(cache.GetCount(), static_cast<int>(saved.size()));
+    for (const auto& [key, want] : saved) {
+        SCOPED_TRACE(key);
+        CVariable* value = cache.Lookup(Text(key.c_str()));
+        ASSERT_NE(value, nullptr);
+        EXPECT_EQ(XmlOf(*value), want.first);
+        for (const auto& [text, index] : want.second) {
+            CString found;
+            EXPECT_TRUE(cache.FindEntryByValue(Text(key.c_str()), Text(text.c_str()), found));
+            EXPECT_EQ(found.ToUtf8(), index);
+        }
+    }
+    // An empty cache writes a root without children and reads back empty.
+    cache.RemoveAllEntries();
+    ASSERT_EQ(cache.Save(Path("empty.xml")), 1);
+    EXPECT_EQ(ReadBytes(dir.File("empty.xml")), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<MemoryCache />\n");
+    cache.AddEntry(u"x", CVariable(1), u"");
+    ASSERT_EQ(cache.Load(Path("empty.xml")), 1);
+    EXPECT_EQ(cache.GetCount(), 0);
 }
 
-// Four threads share the instance, each on keys of its own, for a bounded
-// time: add, replace, remove, look up, search by field text, count, print,
-// save and load. A load replaces the whole cache, so the loads that succeed
-// run while their thread holds the cache's own (recursive) lock around a save
-// and the load of that very file: each puts back exactly what was there, and
-// the other threads' values survive it whatever they were doing. Loads that
-// fail (a missing or damaged file) run without that hold, since a failed load
-// must change nothing. A Lookup pointer is only used under the same hold, as
-// the cache's threading rule asks of anyone who shares it with writers. At
+// Four threads share the instance on keys of their own for a bounded time:
+// add, replace, remove, look up, search, count, print, save and load. A load
+// replaces the whole cache, so a thread's good loads run under the cache's own
+// (recursive) lock around the save of that very file, as do its uses of a
+// Lookup pointer; failed loads run without it, since they change nothing. At
 // the end each thread's last values must be there, and nothing else.
 TEST(MemoryCacheConcurrency, FourThreadsKeepTheirOwnValues) {
     CacheProbe* shared = CacheProbe::Install();
@@ -270,19 +247,17 @@ TEST(MemoryCacheConcurrency, FourThreadsKeepTheirOwnValues) {
     auto work = [&](int t) {
         CMemoryCache& cache = *CMemoryCache::Instance();
         auto& mine = expected[t];
-        auto fail = [&](const std::string& what) {
-            if (failures[t].size() < 20)
-                failures[t].push_back("thread " + std::to_string(t) + ": " + what);
+        const auto check = [&](bool ok, const std::string& what) {
+            if (!ok && failures[t].size() < 20)
+                failures[t].push_back(what);
         };
         const CString own = Text(dir.File("t" + std::to_string(t) + ".xml").c_str());
-        const CString missing = Text(dir.File("missing.xml").c_str());
-        const CString damaged = Text(dir.File("damaged.xml").c_str());
+        const CString missing = Text(dir.File("missing.xml").c_str()), damaged = Text(dir.File("damaged.xml").c_str());
         for (int r = 0; r < kMinRounds || std::chrono::steady_clock::now() < deadline; ++r) {
             rounds[t] = r + 1;
-            const std::string key = "t" + std::to_string(t) + "/k" + std::to_string(r % kKeys);
+            const std::string prefix = "t" + std::to_string(t) + "/k", key = prefix + std::to_string(r % kKeys);
             const CString ckey = Text(key.c_str());
-            // Add, then replace with the round's own table.
-            cache.AddEntry(ckey, Str(("first " + std::to_string(r)).c_str()), u"");
+            cache.AddEntry(ckey, Str(("first " + std::to_string(r)).c_str()), u"");   // added, then replaced
             std::vector<std::pair<std::string, CVariable>> rows;
             for (int i = 0; i < 3; ++i) {
                 const std::string name = key + "#" + std::to_string(r) + "." + std::to_string(i);
@@ -291,36 +266,29 @@ TEST(MemoryCacheConcurrency, FourThreadsKeepTheirOwnValues) {
             const CVariable table = Array(rows);
             cache.AddEntry(ckey, table, u"Name");
             mine[key] = {XmlOf(table), key + "#" + std::to_string(r) + ".1"};
-
             CString index;
-            if (!cache.FindEntryByValue(ckey, Text(mine[key].second.c_str()), index) || index.ToUtf8() != "row1")
-                fail("index of " + key);
+            check(cache.FindEntryByValue(ckey, Text(mine[key].second.c_str()), index) && index.ToUtf8() == "row1",
+                  "index of " + key);
             {
                 CSingleLock hold(&shared->Lock(), 1);
-                CVariable* value = cache.Lookup(ckey);
-                if (value == nullptr || XmlOf(*value) != mine[key].first)
-                    fail("value of " + key);
+                const CVariable* value = cache.Lookup(ckey);
+                check(value != nullptr && XmlOf(*value) == mine[key].first, "value of " + key);
             }
             if (r % 3 == 2) {
-                const std::string gone = "t" + std::to_string(t) + "/k" + std::to_string((r + 1) % kKeys);
+                const std::string gone = prefix + std::to_string((r + 1) % kKeys);
                 cache.RemoveEntry(Text(gone.c_str()));
                 mine.erase(gone);
-                if (cache.Lookup(Text(gone.c_str())) != nullptr)
-                    fail("removed " + gone + " is still there");
+                check(cache.Lookup(Text(gone.c_str())) == nullptr, "removed " + gone + " is still there");
             }
             const int count = cache.GetCount();
-            if (count < static_cast<int>(mine.size()) || count > kThreads * kKeys)
-                fail("count " + std::to_string(count));
-            if (cache.ToString().Find(u"<MemoryCache") != 0)
-                fail("text");
+            check(count >= static_cast<int>(mine.size()) && count <= kThreads * kKeys, "count " + std::to_string(count));
+            check(cache.ToString().Find(u"<MemoryCache") == 0, "text");
             {
                 CSingleLock hold(&shared->Lock(), 1);
                 const int before = cache.GetCount();
-                if (cache.Save(own) != 1 || cache.Load(own) != 1 || cache.GetCount() != before)
-                    fail("save and load of " + own.ToUtf8());
+                check(cache.Save(own) == 1 && cache.Load(own) == 1 && cache.GetCount() == before, "save and load");
             }
-            if (cache.Load(missing) != 0 || cache.Load(damaged) != 0)
-                fail("a failed load succeeded");
+            check(cache.Load(missing) == 0 && cache.Load(damaged) == 0, "a failed load succeeded");
         }
     };
     std::vector<std::thread> threads;

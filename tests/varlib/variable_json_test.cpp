@@ -118,23 +118,19 @@ TEST(VariableJson, FailsOnValueWithoutJsonFormAtAnyDepth) {
     }
 }
 
+// ToJSON leaves the walks in progress, the array's and a nested one's, where they were.
 TEST(VariableJson, WalkInProgressContinues) {
     CVariable value = Array({{"a", CVariable(1)}, {"b", Array({{"0", CVariable(2)}, {"1", CVariable(3)}})},
                            {"c", CVariable(4)}});
     CString index, nestedIndex;
-    CVariable* pElement = nullptr;
-    CVariable* pNestedElement = nullptr;
-    ASSERT_TRUE(value.m_arrayValue.GetFirstVariable(index, pElement));
-    ASSERT_TRUE(value.m_arrayValue.GetNextVariable(index, pElement));
+    CVariable *pElement = nullptr, *pNestedElement = nullptr;
+    ASSERT_TRUE(value.m_arrayValue.GetFirstVariable(index, pElement) && value.m_arrayValue.GetNextVariable(index, pElement));
     CVariable* pNested = pElement;
     ASSERT_TRUE(pNested->m_arrayValue.GetFirstVariable(nestedIndex, pNestedElement));
-
     const CString expected = u"{\n    \"a\" : 1,\n    \"b\" : [\n        2,\n        3\n        ],\n    \"c\" : 4\n}";
     EXPECT_EQ(Json(value), expected);
     EXPECT_EQ(Json(value), expected);
-
-    ASSERT_TRUE(value.m_arrayValue.GetNextVariable(index, pElement));
-    EXPECT_EQ(index, CString(u"c"));
-    ASSERT_TRUE(pNested->m_arrayValue.GetNextVariable(nestedIndex, pNestedElement));
-    EXPECT_EQ(nestedIndex, CString(u"1"));
+    ASSERT_TRUE(value.m_arrayValue.GetNextVariable(index, pElement) &&
+                pNested->m_arrayValue.GetNextVariable(nestedIndex, pNestedElement));
+    EXPECT_EQ(index + u"|" + nestedIndex, CString(u"c|1"));
 }
