@@ -5,46 +5,30 @@
 #include <httplib.h>
 #include <stdlib.h>
 
-#include <filesystem>
-#include <fstream>
 #include <memory>
 #include <regex>
-#include <sstream>
 #include <string>
 
 #include "host/serve_process.h"
+#include "host_run.h"
 
 namespace fs = std::filesystem;
 
 namespace {
-
-std::string ReadFile(const fs::path& path) {
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
-}
-
-size_t CountFiles(const fs::path& dir) {
-    size_t count = 0;
-    for ([[maybe_unused]] const auto& entry : fs::directory_iterator(dir))
-        ++count;
-    return count;
-}
 
 // One twhost serve for the whole suite, on the examples and the failing module,
 // with a secret file beside the report directory and a link to it inside.
 class ServeTest : public testing::Test {
 protected:
     static void SetUpTestSuite() {
-        std::string pattern = (fs::temp_directory_path() / "twhost_serve_XXXXXX").string();
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        s_dir = pattern;
+        s_temp = std::make_unique<TempDir>();
+        s_dir = s_temp->Path();
         fs::create_directories(s_dir / "plugins");
         fs::create_directories(s_dir / "reports");
         for (const char* name : {"netinfo.twp", "tables.twp"})
             fs::copy_file(std::string(TW_EXAMPLE_PLUGIN_DIR) + name, s_dir / "plugins" / name);
         fs::copy_file(TW_FAULTY_MODULE_PATH, s_dir / "plugins" / "faulty.twp");
-        std::ofstream(s_dir / "secret.html") << "secret";
+        WriteBytes(s_dir / "secret.html", "secret");
         fs::create_symlink(s_dir / "secret.html", s_dir / "reports" / "link.html");
         setenv("TW_FAULTY_CLEANUP_MARK", (s_dir / "cleanup.mark").c_str(), 1);
         s_host = std::make_unique<CServeProcess>(
@@ -53,14 +37,14 @@ protected:
     }
     static void TearDownTestSuite() {
         s_host.reset();
-        fs::remove_all(s_dir);
+        s_temp.reset();
     }
 
     static httplib::Result Post(const std::string& body) {
-        httplib::Client client("127.0.0.1", s_host->GetPort());
-        return client.Post("/messages", body, "application/xml");
+        return httplib::Client("127.0.0.1", s_host->GetPort()).Post("/messages", body, "application/xml");
     }
 
+    static inline std::unique_ptr<TempDir> s_temp;
     static inline fs::path s_dir;
     static inline std::unique_ptr<CServeProcess> s_host;
 };
@@ -104,13 +88,13 @@ TEST_F(ServeTest, AnswersEachMessageOrRefusesItWithoutChangingAnything) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.body.substr(0, 200));
-        const size_t before = CountFiles(s_dir / "reports");
+        const long before = FileCount(s_dir / "reports");
         const httplib::Result result = Post(c.body);
         ASSERT_TRUE(result) << httplib::to_string(result.error());
         EXPECT_EQ(result->status, c.status) << result->body;
         EXPECT_TRUE(std::regex_search(result->body, std::regex(c.answer))) << result->body;
         const bool success = result->body.find("Status=\"0\"") != std::string::npos;
-        EXPECT_EQ(CountFiles(s_dir / "reports"), before + (success ? 1 : 0));
+        EXPECT_EQ(FileCount(s_dir / "reports"), before + (success ? 1L : 0L));
     }
 }
 
@@ -129,7 +113,7 @@ TEST_F(ServeTest, HandsOutTheReportItMadeAndTheWebPage) {
     ASSERT_TRUE(report);
     EXPECT_EQ(report->status, 200);
     EXPECT_EQ(report->get_header_value("Content-Type"), "text/html; charset=utf-8");
-    EXPECT_EQ(report->body, ReadFile(s_dir / "reports" / url[2].str()));
+    EXPECT_EQ(report->body, ReadBytes(s_dir / "reports" / url[2].str()));
     EXPECT_NE(report->body.find("<h1>Prices</h1>"), std::string::npos);
     EXPECT_NE(report->body.find("\xE2\x82\xAC 5"), std::string::npos);   // UTF-8, as written
 
@@ -167,7 +151,7 @@ TEST_F(ServeTest, ServesNothingOutsideItsDirectories) {
 TEST_F(ServeTest, StopsOnSigtermAndCleansUpEveryModule) {
     EXPECT_EQ(s_host->Stop(SIGTERM), 0) << s_host->GetOutput();
     EXPECT_NE(s_host->GetOutput().find("twhost serve: stopped"), std::string::npos) << s_host->GetOutput();
-    EXPECT_EQ(ReadFile(s_dir / "cleanup.mark"), "PlgCleanUp\n");
+    EXPECT_EQ(ReadBytes(s_dir / "cleanup.mark"), "PlgCleanUp\n");
 }
 
 }  // namespace
