@@ -2,7 +2,6 @@
 // refusal in its order, the report files and their names, housekeeping, the
 // slot shared with CPluginRegistry, and concurrent writers of one file name.
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <algorithm>
 #include <atomic>
@@ -18,8 +17,8 @@
 
 #include "corelib/TWMQMessageRegistry.h"
 #include "corelib/Utility.h"
-#include "snmplib/SnmpUtility.h"
 #include "corelib/temp_dir.h"
+#include "snmplib/SnmpUtility.h"
 #include "varlib/reports/ReportManager.h"
 
 namespace fs = std::filesystem;
@@ -44,22 +43,16 @@ CVariableList Arguments(const CVariable& value) {
     return list;
 }
 
-// Keeps every message sent, with the client values and the body's root; answers 42.
+// Keeps every message sent: its type, client and client data, and its body; answers 42.
 class CCapturingServer : public CMessageServer {
 public:
-    struct Sent {
-        std::string type, body, client;
-        unsigned int clientData;
-        CXML root;
-    };
     int SendMessageToClient(CMessage& message, const CString& client, unsigned int clientData) override {
         std::lock_guard<std::mutex> lock(m_lock);
-        CXML body = message.GetBody();
-        m_sent.push_back({Utf8(message.GetType()), Utf8(body.ToString(CXML::FORMAT_COMPACT)), Utf8(client),
-                          clientData, body.Clone()});
+        m_sent.push_back({Utf8(message.GetType()) + " " + Utf8(client) + " " + std::to_string(clientData),
+                          Utf8(message.GetBody().ToString(CXML::FORMAT_COMPACT))});
         return 42;
     }
-    std::vector<Sent> m_sent;
+    std::vector<std::pair<std::string, std::string>> m_sent;
     std::mutex m_lock;
 };
 
@@ -105,7 +98,7 @@ public:
         m_server.m_sent.clear();
         EXPECT_EQ(Post(plugin, report, bParameters, arguments), m_pMessageServer ? 42 : 0);
         EXPECT_LE(m_server.m_sent.size(), 1u);
-        return m_server.m_sent.empty() ? "" : m_server.m_sent.back().body;
+        return m_server.m_sent.empty() ? "" : m_server.m_sent.back().second;
     }
     std::string Page(const CString& text) { return Execute(u"pages.twp", u"Page", true, Arguments(CVariable(text))); }
 
@@ -134,7 +127,7 @@ TEST(ReportManager, DispatchTable) {
         message.SetType(row.type);
         EXPECT_EQ(reports.OnMessage(message, u"peer", 77u), row.responseType ? 42 : 0);
         Strings sent;
-        for (const auto& s : reports.m_server.m_sent) sent.push_back(s.type + " " + s.client + " " + std::to_string(s.clientData));
+        for (const auto& answer : reports.m_server.m_sent) sent.push_back(answer.first);
         EXPECT_EQ(sent, row.responseType ? Strings{std::string(row.responseType) + " peer 77"} : Strings{});
     }
     reports.LoadModules();
@@ -151,10 +144,10 @@ TEST(ReportManager, ListingTree) {
     CMessage request;
     request.SetType(CReportManager::RETRIEVE_PLUGINS);
     reports.OnMessage(request, u"c", 1u);
-    EXPECT_EQ(reports.m_server.m_sent.at(0).body, "<PLUGINS/>");   // nothing loaded
+    EXPECT_EQ(reports.m_server.m_sent.at(0).second, "<PLUGINS/>");   // nothing loaded
     reports.LoadModules();
     reports.OnMessage(request, u"c", 1u);
-    CXML root = reports.m_server.m_sent.at(1).root;
+    CXML root(CUtility::UTF8toUTF16(reports.m_server.m_sent.at(1).second), CString(u"PLUGINS"));
     CStringArray names;
     reports.GetPlugins(names);
     Strings rows;
@@ -290,7 +283,7 @@ TEST(ReportManager, ConcurrentWritersLeaveOneWholeReport) {
     reader.join();
     EXPECT_EQ(nTorn, 0);
     ASSERT_EQ(reports.m_server.m_sent.size(), static_cast<size_t>(kThreads * kRounds));
-    for (const auto& sent : reports.m_server.m_sent) EXPECT_NE(sent.body.find("Status=\"0\""), std::string::npos);
+    for (const auto& sent : reports.m_server.m_sent) EXPECT_NE(sent.second.find("Status=\"0\""), std::string::npos);
     const Strings files = Files(reports.Web());
     ASSERT_FALSE(files.empty());
     for (const std::string& file : files) {
