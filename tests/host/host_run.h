@@ -38,6 +38,13 @@ inline std::string Describe(const HostRun& run) {
     return "status " + std::to_string(run.status) + "\n--- stdout\n" + run.out + "--- stderr\n" + run.err;
 }
 
+// The example plug-ins and the module that fails in every way it can, copied into dir.
+inline void CopyPlugins(const std::filesystem::path& dir) {
+    for (const char* name : {"netinfo.twp", "tables.twp"})
+        std::filesystem::copy_file(std::string(TW_EXAMPLE_PLUGIN_DIR) + name, dir / name);
+    std::filesystem::copy_file(TW_FAULTY_MODULE_PATH, dir / "faulty.twp");
+}
+
 inline long FileCount(const std::filesystem::path& dir) {
     return std::distance(std::filesystem::directory_iterator(dir), std::filesystem::directory_iterator());
 }

@@ -24,9 +24,7 @@ protected:
         s_dir = s_temp->Path();
         fs::create_directories(s_dir / "plugins");
         fs::create_directories(s_dir / "reports");
-        for (const char* name : {"netinfo.twp", "tables.twp"})
-            fs::copy_file(std::string(TW_EXAMPLE_PLUGIN_DIR) + name, s_dir / "plugins" / name);
-        fs::copy_file(TW_FAULTY_MODULE_PATH, s_dir / "plugins" / "faulty.twp");
+        CopyPlugins(s_dir / "plugins");
         WriteBytes(s_dir / "secret.html", "secret");
         fs::create_symlink(s_dir / "secret.html", s_dir / "reports" / "link.html");
         setenv("TW_FAULTY_CLEANUP_MARK", (s_dir / "cleanup.mark").c_str(), 1);

@@ -12,20 +12,15 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// The plug-in directory of this test process: the examples, the failing
-// module and a file that is no library.
+// The plug-in directory of this test process: the plug-ins and a file that is no library.
 const fs::path& Dir() {
-    static const struct Scratch {
-        TempDir dir;
-        fs::path path = dir.Path();
-        Scratch() {
-            for (const char* name : {"netinfo.twp", "tables.twp"})
-                fs::copy_file(std::string(TW_EXAMPLE_PLUGIN_DIR) + name, path / name);
-            fs::copy_file(TW_FAULTY_MODULE_PATH, path / "faulty.twp");
-            WriteBytes(path / "broken.twp", "not a shared object");
-        }
-    } scratch;
-    return scratch.path;
+    static const TempDir dir;
+    static const fs::path path = [] {
+        CopyPlugins(dir.Path());
+        WriteBytes(dir.File("broken.twp"), "not a shared object");
+        return fs::path(dir.Path());
+    }();
+    return path;
 }
 
 // Runs twhost on Dir() unless the arguments name a directory.

@@ -85,14 +85,6 @@ const Lines kAllControls = {"pluginsTree",    "informationCaption", "information
                             "parametersCaption", "parametersList", "ok",          "cancel"};
 const Lines kWithoutLists = {"pluginsTree", "informationCaption", "information", "ok", "cancel"};
 
-// A host's own QApplication on the platform the environment names.
-struct CHostApp {
-    int argc = 1;
-    char name[13] = "test_widgets";
-    char* argv[2] = {name, nullptr};
-    QApplication app{argc, argv};
-};
-
 // "cell|cell|cell" of a row or a header.
 std::string Row(const QTreeWidgetItem* item) { return Utf8(item->text(0) + "|" + item->text(1) + "|" + item->text(2)); }
 
@@ -261,22 +253,6 @@ TEST(PluginsInfoDlg, LabelSettersReplaceEveryText) {
     EXPECT_EQ(dialog.DoModal(), CPluginsInfoDlg::IDOK) << dialog.GetErrorText();
 }
 
-TEST(PluginsInfoDlg, EmptyRegistryInTheHostsApplication) {
-    CHostApp host;
-    CTestRegistry registry(true);
-    CProbeDlg dialog;
-    dialog.SetPluginRegistry(&registry);
-    dialog.probe = [](CProbeDlg& dlg) {
-        EXPECT_EQ(dlg.m_ctrlPluginsTree->topLevelItemCount(), 0);
-        EXPECT_EQ(dlg.Shown(), kAllControls);
-    };
-    EXPECT_EQ(dialog.DoModal(), CPluginsInfoDlg::IDCANCEL) << dialog.GetErrorText();
-    EXPECT_EQ(QCoreApplication::instance(), &host.app);
-    // Twice in one application: each opening makes a new window.
-    dialog.bAccept = true;
-    EXPECT_EQ(dialog.DoModal(), CPluginsInfoDlg::IDOK) << dialog.GetErrorText();
-}
-
 TEST(PluginsInfoDlg, RefusesToOpenWithAReason) {
     const struct {
         const char* platform;   // QT_QPA_PLATFORM, null: unset
@@ -309,8 +285,24 @@ TEST(PluginsInfoDlg, RefusesToOpenWithAReason) {
         set(names[i], saved[i] ? saved[i]->c_str() : nullptr);
 }
 
-TEST(PluginsInfoDlg, UtilityFillsTheControls) {
-    const CHostApp host;
+// In a host's own QApplication: the dialog on an empty registry, opened twice,
+// and the utilities that fill its controls.
+TEST(PluginsInfoDlg, InTheHostsApplication) {
+    int argc = 1;
+    char name[] = "test_widgets", *argv[] = {name, nullptr};
+    const QApplication app(argc, argv);
+    CTestRegistry registry(true);
+    CProbeDlg dialog;
+    dialog.SetPluginRegistry(&registry);
+    dialog.probe = [](CProbeDlg& dlg) {
+        EXPECT_EQ(dlg.m_ctrlPluginsTree->topLevelItemCount(), 0);
+        EXPECT_EQ(dlg.Shown(), kAllControls);
+    };
+    EXPECT_EQ(dialog.DoModal(), CPluginsInfoDlg::IDCANCEL) << dialog.GetErrorText();
+    EXPECT_EQ(QCoreApplication::instance(), &app);
+    dialog.bAccept = true;   // each opening makes a new window
+    EXPECT_EQ(dialog.DoModal(), CPluginsInfoDlg::IDOK) << dialog.GetErrorText();
+
     // Rich text: colour 0x00RRGGBB (0 keeps the box's own), bold, italic, underline; "\r\n" breaks a line.
     QTextEdit box;
     CUtility::AddToRichText(box, u"plain\r\n", 0, 0, 0, 0);
