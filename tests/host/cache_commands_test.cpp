@@ -76,7 +76,6 @@ TEST(TwhostCache, FailuresNameTheProblemAndLeaveTheFileAlone) {
               {{"cache", "put", good, "k", "{\"a\": "}, 2, "", "not readable JSON"},
               {{"cache", "put", good, "k", "[1] 2"}, 2, "", "unexpected text after the JSON value"},
               {{"cache", "put", good, "k", "  "}, 2, "", "no JSON value"},
-              {{"cache", "put", good}, 2, "", "KEY"},
               {{"cache", "put", dir.File("no/such/dir.xml"), "k", "1"}, 1, "", "cannot write"},
               {{"cache"}, 2, "", "show, get, find, put or remove"},
               {{"cache", "drop", good}, 2, "", "drop"}},

@@ -77,7 +77,6 @@ TEST(Twhost, EveryOutcomeHasItsStatusAndMessage) {
     const std::vector<HostCase> cases = {
         {{"call", "InterfaceList", "[\"no such*\"]"}, 0, "[]\n", ""},
         {{"call", "Xml", "[]"}, 0, "<a x=\"1\"><b/></a>\n", ""},   // no JSON form: its text
-        {{"call", "--help"}, 0, "Usage: twhost call", ""},
         {{"call", "NoSuchFunction"}, 3, "",
          "twhost: no plug-in in " + dir + " offers a function named 'NoSuchFunction'"},
         {{"call", "InterfaceList", ""}, 0, "\"lo\"", ""},   // blank: no arguments
@@ -93,7 +92,6 @@ TEST(Twhost, EveryOutcomeHasItsStatusAndMessage) {
          "  InterfaceList(STRING pattern) -> ARRAY    [netinfo.twp]\n"},
         {{"call", "InterfaceList", "[\"\"]"}, 4, "", "The types fit a declared form, so the plug-in refused a value"},
         {{"call", "TableReport", "[[1, 2]]"}, 4, "", "TableReport does not accept the arguments (ARRAY)\n"},
-        {{"call"}, 2, "", "FUNCTION is required"},
         {{}, 2, "", "twhost: a command is required: plugins, call, cache, report, reports, serve"},
         {{"--plugin-dir", "/nonexistent/twhost", "plugins"}, 2, "", "/nonexistent/twhost"},
         {{"call", "ThrowPlatform"}, 1, "", "twhost: ...faulty: the platform's exception\n"},
