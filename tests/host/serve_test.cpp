@@ -116,8 +116,8 @@ TEST_F(ServeTest, ServesTheWebPageAndNothingOutsideItsDirectories) {
         {"/reports/..%2fsecret.html", ""}, {"/reports/.%2e/secret.html", ""}, {"/reports/%252e%252e/secret.html", ""},
         {"/reports/link.html", ""},   // a link inside that leads outside
         {"/reports/" + up + "/secret.html", ""}, {"/reports//etc/passwd", ""}, {"/reports/%2fetc%2fpasswd", ""},
-        {"/reports/", ""}, {"/reports/.", ""}, {"/../../../../etc/passwd", ""}, {"/%2e%2e/%2e%2e/%2e%2e/etc/passwd", ""},
-        {"/..%2f..%2f..%2fetc%2fpasswd", ""}, {"/reports", ""}, {"/app.js%00.html", ""}, {"/nothing.html", ""}};
+        {"/reports/", ""}, {"/reports/.", ""}, {"/../../../../etc/passwd", ""}, {"/..%2f..%2f..%2fetc%2fpasswd", ""},
+        {"/%2e%2e/%2e%2e/%2e%2e/etc/passwd", ""}, {"/reports", ""}, {"/app.js%00.html", ""}, {"/nothing.html", ""}};
     for (const auto& [path, type] : paths) {
         const httplib::Result result = client.Get(path);
         ASSERT_TRUE(result) << path;

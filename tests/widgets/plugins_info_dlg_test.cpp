@@ -43,9 +43,11 @@ CModuleMetaInfo Module(const std::u16string& xml) {
 CModuleMetaInfo AlphaMetaInfo() {
     return Module(u"<ModuleMetaInfo Name=\"Alpha\" Version=\"1.2\" Description=\"" + g_alphaDescription +
                   uR"("><FUNCTIONS><FUNCTION Name="Ping">
-<FunctionSignature Description="Everyone"><VariableMetaInfo Name="reached" Type="20000" Description="How many answered"/></FunctionSignature>
+<FunctionSignature Description="Everyone">
+  <VariableMetaInfo Name="reached" Type="20000" Description="How many answered"/></FunctionSignature>
 <FunctionSignature Description="One host"><VariableMetaInfo Name="reached" Type="20000" Description="1 if it answered"/>
-  <Parameters><VariableMetaInfo Name="host" Type="20001" Description="Name or address"/></Parameters></FunctionSignature>
+  <Parameters><VariableMetaInfo Name="host" Type="20001" Description="Name or address"/></Parameters>
+</FunctionSignature>
 <FunctionSignature Description="Odd type"><VariableMetaInfo Name="value" Type="12345" Description="From later"/>
   <Parameters><VariableMetaInfo Name="count" Type="20000" Description="Times"/>
   <VariableMetaInfo Name="rows" Type="20006" Description="Hosts"/></Parameters></FunctionSignature>
@@ -64,7 +66,7 @@ class CTestRegistry : public CPluginRegistry {
 public:
     explicit CTestRegistry(bool bEmpty = false) {
         // As the loader hands out addresses: untyped.
-        const auto address = [](auto function) { return reinterpret_cast<FARPROC>(reinterpret_cast<void (*)()>(function)); };
+        const auto address = [](auto f) { return reinterpret_cast<FARPROC>(reinterpret_cast<void (*)()>(f)); };
         const std::pair<const char16_t*, CPluginProxy::PFN_GETMETAINFO> modules[] = {
             {u"alpha.twp", AlphaMetaInfo}, {u"empty.twp", EmptyMetaInfo}, {u"broken.twp", nullptr}};
         for (const auto& [file, metaInfo] : modules) {
@@ -81,8 +83,8 @@ public:
 };
 
 // The controls by object name, in window order.
-const Lines kAllControls = {"pluginsTree",    "informationCaption", "information", "returnValueCaption", "returnValueList",
-                            "parametersCaption", "parametersList", "ok",          "cancel"};
+const Lines kAllControls = {"pluginsTree",       "informationCaption", "information", "returnValueCaption",
+                            "returnValueList",   "parametersCaption",  "parametersList", "ok", "cancel"};
 const Lines kWithoutLists = {"pluginsTree", "informationCaption", "information", "ok", "cancel"};
 
 // "cell|cell|cell" of a row or a header.
