@@ -1,10 +1,14 @@
-// Runs twhost as a process and matches its output.
+// Runs twhost as a process and matches its output; the scratch-file helpers
+// of the host tests.
 #pragma once
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
 #include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -34,6 +38,17 @@ inline std::string Describe(const HostRun& run) {
     return "status " + std::to_string(run.status) + "\n--- stdout\n" + run.out + "--- stderr\n" + run.err;
 }
 
+// The example plug-ins and the module that fails in every way it can, copied into dir.
+inline void CopyPlugins(const std::filesystem::path& dir) {
+    for (const char* name : {"netinfo.twp", "tables.twp"})
+        std::filesystem::copy_file(std::string(TW_EXAMPLE_PLUGIN_DIR) + name, dir / name);
+    std::filesystem::copy_file(TW_FAULTY_MODULE_PATH, dir / "faulty.twp");
+}
+
+inline long FileCount(const std::filesystem::path& dir) {
+    return std::distance(std::filesystem::directory_iterator(dir), std::filesystem::directory_iterator());
+}
+
 // Whether text holds the parts of pattern in this order, "..." standing for
 // anything between them; an empty pattern wants an empty text.
 inline bool Has(const std::string& text, const std::string& pattern) {
@@ -52,25 +67,26 @@ inline bool Has(const std::string& text, const std::string& pattern) {
     }
 }
 
-// Runs each case and checks its exit status and that stdout and stderr hold
-// what Has looks for; after each, check() may look at what the run left.
+// Runs each case with run and checks its exit status and that stdout and
+// stderr hold what Has looks for; after each, check() may look at what the run left.
 struct HostCase {
     std::vector<std::string> arguments;
     int status;
     std::string out, err;
 };
 
-template <class Check>
-void RunCases(const std::vector<HostCase>& cases, Check check) {
+inline void RunCases(const std::vector<HostCase>& cases, const std::function<void()>& check = {},
+                     const std::function<HostRun(std::vector<std::string>)>& run = RunTwhost) {
     for (const HostCase& c : cases) {
         std::string shown;
         for (const std::string& argument : c.arguments)
             shown += argument + " ";
         SCOPED_TRACE(shown);
-        const HostRun run = RunTwhost(c.arguments);
-        EXPECT_EQ(run.status, c.status) << Describe(run);
-        EXPECT_TRUE(Has(run.out, c.out)) << Describe(run);
-        EXPECT_TRUE(Has(run.err, c.err)) << Describe(run);
-        check();
+        const HostRun result = run(c.arguments);
+        EXPECT_EQ(result.status, c.status) << Describe(result);
+        EXPECT_TRUE(Has(result.out, c.out)) << Describe(result);
+        EXPECT_TRUE(Has(result.err, c.err)) << Describe(result);
+        if (check)
+            check();
     }
 }

@@ -47,7 +47,10 @@ public:
         std::smatch match;
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
         while (!std::regex_search(m_strOutput, match, address)) {
-            if (std::chrono::steady_clock::now() > deadline || !ReadSome(200)) {
+            // ReadSome gives up after its timeout: wait for the rest of the 20 s, not a fixed slice.
+            using std::chrono::milliseconds;
+            const auto left = std::chrono::duration_cast<milliseconds>(deadline - std::chrono::steady_clock::now());
+            if (left.count() <= 0 || !ReadSome(static_cast<int>(left.count()))) {
                 Stop();
                 throw std::runtime_error("twhost serve gave no address; it printed:\n" + m_strOutput);
             }

@@ -12,20 +12,15 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// The plug-in directory of this test process: the examples, the failing
-// module and a file that is no library.
+// The plug-in directory of this test process: the plug-ins and a file that is no library.
 const fs::path& Dir() {
-    static const struct Scratch {
-        TempDir dir;
-        fs::path path = dir.Path();
-        Scratch() {
-            for (const char* name : {"netinfo.twp", "tables.twp"})
-                fs::copy_file(std::string(TW_EXAMPLE_PLUGIN_DIR) + name, path / name);
-            fs::copy_file(TW_FAULTY_MODULE_PATH, path / "faulty.twp");
-            WriteBytes(path / "broken.twp", "not a shared object");
-        }
-    } scratch;
-    return scratch.path;
+    static const TempDir dir;
+    static const fs::path path = [] {
+        CopyPlugins(dir.Path());
+        WriteBytes(dir.File("broken.twp"), "not a shared object");
+        return fs::path(dir.Path());
+    }();
+    return path;
 }
 
 // Runs twhost on Dir() unless the arguments name a directory.
@@ -38,18 +33,14 @@ HostRun RunHost(std::vector<std::string> arguments) {
 }  // namespace
 
 TEST(Twhost, ListsThePluginsSortedAsTextAndXml) {
-    const HostRun text = RunHost({"plugins"});
-    EXPECT_EQ(text.status, 0);
-    EXPECT_TRUE(text.err.empty());
-    EXPECT_TRUE(Has(text.out, "broken.twp: failed to load\n\nfaulty.twp: loaded\n"
-                              "...\nnetinfo.twp: loaded\n  Module:      netinfo\n  Version:     1.0.0\n"
-                              "...    InterfaceList() -> ARRAY\n        Every network interface of this host\n"
-                              "    InterfaceList(STRING pattern) -> ARRAY\n"
-                              "        The interfaces whose name matches the pattern\n    InterfaceReport() -> STRING\n"
-                              "...\ntables.twp: loaded\n...    TableReport(ARRAY rows, STRING title, STRING sortColumn, "
-                              "INT descending) -> STRING\n"))
-        << Describe(text);
-
+    RunCases({{{"plugins"}, 0,
+               "broken.twp: failed to load\n\nfaulty.twp: loaded\n...\nnetinfo.twp: loaded\n  Module:      netinfo\n"
+               "  Version:     1.0.0\n...    InterfaceList() -> ARRAY\n        Every network interface of this host\n"
+               "    InterfaceList(STRING pattern) -> ARRAY\n        The interfaces whose name matches the pattern\n"
+               "    InterfaceReport() -> STRING\n...\ntables.twp: loaded\n...    TableReport(ARRAY rows, STRING title, "
+               "STRING sortColumn, INT descending) -> STRING\n",
+               ""}},
+             {}, RunHost);
     const HostRun xml = RunHost({"plugins", "--xml"});
     ASSERT_EQ(xml.status, 0) << Describe(xml);
     CXML root(CUtility::UTF8toUTF16(xml.out), CString(u"PLUGINS"));
@@ -83,10 +74,9 @@ TEST(Twhost, EveryOutcomeHasItsStatusAndMessage) {
     // The build's folder of the module that throws while it loads, beside the failing one.
     const std::string atLoad = fs::path(TW_FAULTY_AT_LOAD_MODULE_PATH).parent_path().string();
     const std::string utf8 = "Gr\xC3\xBC\xC3\x9F" "e \xE2\x82\xAC";
-    std::vector<HostCase> cases = {
+    const std::vector<HostCase> cases = {
         {{"call", "InterfaceList", "[\"no such*\"]"}, 0, "[]\n", ""},
         {{"call", "Xml", "[]"}, 0, "<a x=\"1\"><b/></a>\n", ""},   // no JSON form: its text
-        {{"call", "--help"}, 0, "Usage: twhost call", ""},
         {{"call", "NoSuchFunction"}, 3, "",
          "twhost: no plug-in in " + dir + " offers a function named 'NoSuchFunction'"},
         {{"call", "InterfaceList", ""}, 0, "\"lo\"", ""},   // blank: no arguments
@@ -102,7 +92,6 @@ TEST(Twhost, EveryOutcomeHasItsStatusAndMessage) {
          "  InterfaceList(STRING pattern) -> ARRAY    [netinfo.twp]\n"},
         {{"call", "InterfaceList", "[\"\"]"}, 4, "", "The types fit a declared form, so the plug-in refused a value"},
         {{"call", "TableReport", "[[1, 2]]"}, 4, "", "TableReport does not accept the arguments (ARRAY)\n"},
-        {{"call"}, 2, "", "FUNCTION is required"},
         {{}, 2, "", "twhost: a command is required: plugins, call, cache, report, reports, serve"},
         {{"--plugin-dir", "/nonexistent/twhost", "plugins"}, 2, "", "/nonexistent/twhost"},
         {{"call", "ThrowPlatform"}, 1, "", "twhost: ...faulty: the platform's exception\n"},
@@ -113,10 +102,7 @@ TEST(Twhost, EveryOutcomeHasItsStatusAndMessage) {
         {{"--plugin-dir", atLoad, "call", "Xml"}, 1, "",
          "twhost: loading the plug-ins failed: ...faulty: no information to give\n"},
     };
-    for (HostCase& c : cases)
-        if (c.arguments.empty() || c.arguments[0] != "--plugin-dir")
-            c.arguments.insert(c.arguments.begin(), {"--plugin-dir", Dir().string()});
-    RunCases(cases, [] {});
+    RunCases(cases, {}, RunHost);
 }
 
 // The report service in-process: the path of the file on success, the
@@ -133,29 +119,18 @@ TEST(Twhost, RunsReportsAndCleansThemUp) {
     EXPECT_EQ(file.extension(), ".html");
     EXPECT_TRUE(Has(ReadBytes(file.string()), "<h1>T</h1>...<td>" + utf8 + "</td>")) << ReadBytes(file.string());
 
-    const struct {
-        std::vector<std::string> arguments;
-        int status;
-        std::string err;
-    } failures[] = {
-        {{"nope.twp", "TableReport", "[[]]"}, 3, "twhost: Could not find plugin module (nope.twp, TableReport)\n"},
-        {{"broken.twp", "TableReport", "[[]]"}, 3, "twhost: Could not find plugin module"},
-        {{"tables.twp", "TableReport", "[1]"}, 4, "twhost: Invalid parameters (tables.twp, TableReport)\n"},
-        {{"tables.twp", "TableColumns", "[[{\"a\": 1}]]"}, 1, "twhost: Function invocation failed"},
-        {{"tables.twp", "TableReport", "[1"}, 2, "twhost: the arguments are not readable JSON"},
-        {{"tables.twp"}, 2, "FUNCTION is required"},
+    // Each failure with its status and message, and nothing on stdout.
+    std::vector<HostCase> failures = {
+        {{"nope.twp", "TableReport", "[[]]"}, 3, "", "twhost: Could not find plugin module (nope.twp, TableReport)\n"},
+        {{"tables.twp", "TableReport", "[1]"}, 4, "", "twhost: Invalid parameters (tables.twp, TableReport)\n"},
+        {{"tables.twp", "TableColumns", "[[{\"a\": 1}]]"}, 1, "", "twhost: Function invocation failed"},
+        {{"tables.twp", "TableReport", "[1"}, 2, "", "twhost: the arguments are not readable JSON"},
     };
-    for (const auto& failure : failures) {
-        std::vector<std::string> arguments{"report", "--report-dir", web.string()};
-        arguments.insert(arguments.end(), failure.arguments.begin(), failure.arguments.end());
-        const HostRun run = RunHost(arguments);
-        SCOPED_TRACE(failure.err);
-        EXPECT_EQ(run.status, failure.status) << Describe(run);
-        EXPECT_EQ(run.out, "");
-        EXPECT_TRUE(Has(run.err, failure.err)) << Describe(run);
-    }
+    for (HostCase& failure : failures)
+        failure.arguments.insert(failure.arguments.begin(), {"report", "--report-dir", web.string()});
+    RunCases(failures, {}, RunHost);
 
-    std::ofstream(web / "keep.html") << "not a report";
+    WriteBytes(web / "keep.html", "not a report");
     const HostRun clean = RunHost({"reports", "clean", "--report-dir", web.string()});
     EXPECT_EQ(clean.status, 0) << Describe(clean);
     EXPECT_FALSE(fs::exists(file));
