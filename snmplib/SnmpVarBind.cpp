@@ -116,29 +116,19 @@ void CSnmpVarBind::SetOpaque(const CString& value) {
     m_strValue = value;
 }
 
-void CSnmpVarBind::SetCounter32(uint32_t value) {
+void CSnmpVarBind::SetNumber(eSyntax syntax, uint64_t value) {
     SetNull();
-    m_eSyntax = SYNTAX_COUNTER32;
+    m_eSyntax = syntax;
     m_nValue = value;
 }
 
-void CSnmpVarBind::SetGauge32(uint32_t value) {
-    SetNull();
-    m_eSyntax = SYNTAX_GAUGE32;
-    m_nValue = value;
-}
+void CSnmpVarBind::SetCounter32(uint32_t value) { SetNumber(SYNTAX_COUNTER32, value); }
 
-void CSnmpVarBind::SetTimeTicks(uint32_t value) {
-    SetNull();
-    m_eSyntax = SYNTAX_TIMETICKS;
-    m_nValue = value;
-}
+void CSnmpVarBind::SetGauge32(uint32_t value) { SetNumber(SYNTAX_GAUGE32, value); }
 
-void CSnmpVarBind::SetCounter64(uint64_t value) {
-    SetNull();
-    m_eSyntax = SYNTAX_COUNTER64;
-    m_nValue = value;
-}
+void CSnmpVarBind::SetTimeTicks(uint32_t value) { SetNumber(SYNTAX_TIMETICKS, value); }
+
+void CSnmpVarBind::SetCounter64(uint64_t value) { SetNumber(SYNTAX_COUNTER64, value); }
 
 void CSnmpVarBind::SetException(eSyntax exception) {
     SetNull();

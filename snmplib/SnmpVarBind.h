@@ -94,6 +94,9 @@ public:
     bool operator!=(const CSnmpVarBind& other) const { return !(*this == other); }
 
 private:
+    // Makes the binding a number of the syntax.
+    void SetNumber(eSyntax syntax, uint64_t value);
+
     CString m_strOid;
     eSyntax m_eSyntax = SYNTAX_NULL;
     uint64_t m_nValue = 0;   // the number of a numeric syntax (an INTEGER as its 64-bit two's complement)

@@ -25,29 +25,20 @@ constexpr const char16_t* kStyleSheet =
 
 CHtmlPage::CHtmlPage(const CString& strTitle) : m_strTitle(strTitle) {}
 
-void CHtmlPage::AddNote(const CString& strText) {
-    m_strBody += u"<p class=\"note\">";
+void CHtmlPage::AddEscaped(const char16_t* open, const CString& strText, const char16_t* close) {
+    m_strBody += open;
     m_strBody += HtmlEscape(strText);
-    m_strBody += u"</p>\n";
+    m_strBody += close;
+    m_strBody += u"\n";
 }
 
-void CHtmlPage::AddHeading(const CString& strText) {
-    m_strBody += u"<h2>";
-    m_strBody += HtmlEscape(strText);
-    m_strBody += u"</h2>\n";
-}
+void CHtmlPage::AddNote(const CString& strText) { AddEscaped(u"<p class=\"note\">", strText, u"</p>"); }
 
-void CHtmlPage::AddParagraph(const CString& strText) {
-    m_strBody += u"<p>";
-    m_strBody += HtmlEscape(strText);
-    m_strBody += u"</p>\n";
-}
+void CHtmlPage::AddHeading(const CString& strText) { AddEscaped(u"<h2>", strText, u"</h2>"); }
 
-void CHtmlPage::AddError(const CString& strText) {
-    m_strBody += u"<p class=\"error\">";
-    m_strBody += HtmlEscape(strText);
-    m_strBody += u"</p>\n";
-}
+void CHtmlPage::AddParagraph(const CString& strText) { AddEscaped(u"<p>", strText, u"</p>"); }
+
+void CHtmlPage::AddError(const CString& strText) { AddEscaped(u"<p class=\"error\">", strText, u"</p>"); }
 
 void CHtmlPage::AddTable(const CHtmlTable& table) { m_strBody += table.Render(); }
 

@@ -28,6 +28,9 @@ public:
     CString Render() const;
 
 private:
+    // Appends one escaped text between an opening and a closing tag, and a line feed.
+    void AddEscaped(const char16_t* open, const CString& strText, const char16_t* close);
+
     CString m_strTitle;
     CString m_strBody;
 };
