@@ -49,9 +49,10 @@ public:
         Body& body = Own();
         if (nGrowBy > 0) body.growBy = nGrowBy;
         std::vector<TYPE>& data = body.data;
-        if (static_cast<std::size_t>(nNewSize) > data.capacity() && body.growBy > 0)
-            data.reserve(std::max(static_cast<std::size_t>(nNewSize), data.size() + static_cast<std::size_t>(body.growBy)));
-        data.resize(static_cast<std::size_t>(nNewSize));
+        const std::size_t size = static_cast<std::size_t>(nNewSize);
+        if (size > data.capacity() && body.growBy > 0)
+            data.reserve(std::max(size, data.size() + static_cast<std::size_t>(body.growBy)));
+        data.resize(size);
     }
     // Releases capacity beyond the size.
     void FreeExtra() {
