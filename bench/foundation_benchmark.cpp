@@ -116,6 +116,7 @@ BENCHMARK_TEMPLATE(EmptyObjectAllocations, TextMap);
 BENCHMARK_TEMPLATE(EmptyObjectAllocations, CXML);
 BENCHMARK_TEMPLATE(EmptyObjectAllocations, CSnmpPdu);
 BENCHMARK_TEMPLATE(EmptyObjectAllocations, CSnmpVarBind);
+BENCHMARK_TEMPLATE(EmptyObjectAllocations, CIntegerEnum);
 
 }  // namespace
 

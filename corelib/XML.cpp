@@ -1,9 +1,11 @@
-// CXML on pugixml. The handle holds the document by shared ownership and the
-// element by pugixml's node record, which stays put while the document lives.
+// CXML on pugixml. The handle holds the document by a count kept in the
+// document and the element by pugixml's node record, which stays put while the
+// document lives.
 #include "corelib/XML.h"
 
 #include <charconv>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -14,8 +16,10 @@
 
 #include "corelib/framework/File.h"
 
+// A plain count: the handles of one tree belong to one thread at a time.
 struct tw::detail::XmlDocument {
     pugi::xml_document doc;
+    long handles = 0;
 };
 
 namespace {
@@ -132,7 +136,18 @@ bool ParseDouble(const char* text, double& out) {
 
 CXML::CXML() = default;
 
-CXML::CXML(const CString& tagName) : m_doc(std::make_shared<XmlDocument>()) {
+void CXML::Share(XmlDocument* doc) {
+    if (doc) {
+        ++doc->handles;  // first, so that sharing the tree already held keeps it alive
+    }
+    if (m_doc && --m_doc->handles == 0) {
+        delete m_doc;
+    }
+    m_doc = doc;
+}
+
+CXML::CXML(const CString& tagName) {
+    Share(new XmlDocument);
     const std::string tag = tagName.ToUtf8();
     m_node = RecordOf(m_doc->doc.append_child(tag.c_str()));
 }
@@ -142,24 +157,30 @@ CXML::CXML(const CString& text, const CString& rootTag) {
     Adopt(utf8.data(), utf8.size(), rootTag);
 }
 
-CXML::CXML(const CXML&) = default;
+CXML::CXML(const CXML& other) : m_node(other.m_node), m_cursor(other.m_cursor) { Share(other.m_doc); }
 CXML::CXML(CXML&& other) noexcept
-    : m_doc(std::move(other.m_doc)),
+    : m_doc(std::exchange(other.m_doc, nullptr)),
       m_node(std::exchange(other.m_node, nullptr)),
       m_cursor(std::exchange(other.m_cursor, nullptr)) {}
-CXML& CXML::operator=(const CXML&) = default;
+CXML& CXML::operator=(const CXML& other) {
+    Share(other.m_doc);
+    m_node = other.m_node;
+    m_cursor = other.m_cursor;
+    return *this;
+}
 CXML& CXML::operator=(CXML&& other) noexcept {
     if (this != &other) {
-        m_doc = std::move(other.m_doc);
+        Share(nullptr);
+        m_doc = std::exchange(other.m_doc, nullptr);
         m_node = std::exchange(other.m_node, nullptr);
         m_cursor = std::exchange(other.m_cursor, nullptr);
     }
     return *this;
 }
-CXML::~CXML() = default;
+CXML::~CXML() { Share(nullptr); }
 
 int CXML::Adopt(const char* data, std::size_t size, const CString& rootTag) {
-    auto doc = std::make_shared<XmlDocument>();
+    auto doc = std::make_unique<XmlDocument>();
     const pugi::xml_parse_result result = doc->doc.load_buffer(data, size, kParseFlags, pugi::encoding_auto);
     if (!result) {
         return 0;
@@ -174,7 +195,7 @@ int CXML::Adopt(const char* data, std::size_t size, const CString& rootTag) {
     }
     m_node = RecordOf(root);
     m_cursor = nullptr;
-    m_doc = std::move(doc);
+    Share(doc.release());
     return 1;
 }
 
@@ -183,7 +204,7 @@ CXML CXML::Clone() const {
     if (!m_node) {
         return copy;
     }
-    copy.m_doc = std::make_shared<XmlDocument>();
+    copy.Share(new XmlDocument);
     copy.m_node = RecordOf(copy.m_doc->doc.append_copy(NodeOf(m_node)));
     return copy;
 }
@@ -196,7 +217,7 @@ CXML CXML::GetFirstChild() {
     m_cursor = m_node ? RecordOf(FirstElement(NodeOf(m_node))) : nullptr;
     CXML child;
     if (m_cursor) {
-        child.m_doc = m_doc;
+        child.Share(m_doc);
         child.m_node = m_cursor;
     }
     return child;
@@ -206,7 +227,7 @@ CXML CXML::GetNextChild() {
     m_cursor = m_cursor ? RecordOf(NextElement(NodeOf(m_cursor))) : nullptr;
     CXML child;
     if (m_cursor) {
-        child.m_doc = m_doc;
+        child.Share(m_doc);
         child.m_node = m_cursor;
     }
     return child;
@@ -227,7 +248,7 @@ CXML CXML::GetChild(const CString& tag) const {
     if (m_node) {
         const std::string name = tag.ToUtf8();
         if (pugi::xml_node c = NodeOf(m_node).child(name.c_str())) {
-            child.m_doc = m_doc;
+            child.Share(m_doc);
             child.m_node = RecordOf(c);
         }
     }

@@ -138,7 +138,14 @@ private:
     void SetAttrUnsigned(const CString& name, uint64_t value);
     int Adopt(const char* data, std::size_t size, const CString& rootTag);
 
-    std::shared_ptr<tw::detail::XmlDocument> m_doc;  // the shared tree; null for CXML()
-    void* m_node = nullptr;                           // the element (the parser's node record)
-    void* m_cursor = nullptr;                         // the child last given by the walk
+    // Takes a share of doc (may be null) and drops the share held before.
+    void Share(tw::detail::XmlDocument* doc);
+
+    tw::detail::XmlDocument* m_doc = nullptr;  // the shared tree, counted inside; null for CXML()
+    void* m_node = nullptr;                    // the element (the parser's node record)
+    void* m_cursor = nullptr;                  // the child last given by the walk
 };
+
+// Every value (CVariable) holds a handle: an unused one must stay small; the
+// tree's count lives in the tree, not in a control block beside the handle.
+static_assert(sizeof(CXML) == 4 * sizeof(void*));

@@ -1,5 +1,7 @@
 #include "snmplib/SnmpPdu.h"
 
+#include <vector>
+
 #include "snmplib/SnmpUtility.h"
 
 namespace {
@@ -29,17 +31,71 @@ CString Decimal(int32_t n) {
 
 }  // namespace
 
+struct CSnmpPdu::Body {
+    ePduType type = PDU_NONE;
+    int32_t requestId = 0;
+    int32_t errorStatus = 0;
+    int32_t errorIndex = 0;
+    std::vector<CSnmpVarBind> varBinds;
+};
+
 const CString CSnmpPdu::TAG_NAME(u"SnmpPdu");
 
 CSnmpPdu::CSnmpPdu() = default;
 
-CSnmpPdu::CSnmpPdu(ePduType type, int32_t requestId) : m_eType(type), m_nRequestId(requestId) {}
+CSnmpPdu::CSnmpPdu(ePduType type, int32_t requestId) {
+    Body& body = Own();
+    body.type = type;
+    body.requestId = requestId;
+}
 
-CSnmpPdu::CSnmpPdu(const CSnmpPdu&) = default;
+CSnmpPdu::CSnmpPdu(const CSnmpPdu& other) : m_body(other.m_body ? std::make_unique<Body>(*other.m_body) : nullptr) {}
 
-CSnmpPdu& CSnmpPdu::operator=(const CSnmpPdu&) = default;
+CSnmpPdu& CSnmpPdu::operator=(const CSnmpPdu& other) {
+    if (this == &other) {
+        return *this;
+    }
+    if (!other.m_body) {
+        m_body.reset();
+    } else if (m_body) {
+        *m_body = *other.m_body;
+    } else {
+        m_body = std::make_unique<Body>(*other.m_body);
+    }
+    return *this;
+}
 
 CSnmpPdu::~CSnmpPdu() = default;
+
+const CSnmpPdu::Body& CSnmpPdu::Fields() const {
+    static const Body defaults;
+    return m_body ? *m_body : defaults;
+}
+
+CSnmpPdu::Body& CSnmpPdu::Own() {
+    if (!m_body) {
+        m_body = std::make_unique<Body>();
+    }
+    return *m_body;
+}
+
+CSnmpPdu::ePduType CSnmpPdu::GetType() const { return Fields().type; }
+
+void CSnmpPdu::SetType(ePduType type) { Own().type = type; }
+
+int32_t CSnmpPdu::GetRequestId() const { return Fields().requestId; }
+
+void CSnmpPdu::SetRequestId(int32_t id) { Own().requestId = id; }
+
+int32_t CSnmpPdu::GetErrorStatus() const { return Fields().errorStatus; }
+
+void CSnmpPdu::SetErrorStatus(int32_t status) { Own().errorStatus = status; }
+
+int32_t CSnmpPdu::GetErrorIndex() const { return Fields().errorIndex; }
+
+void CSnmpPdu::SetErrorIndex(int32_t index) { Own().errorIndex = index; }
+
+int CSnmpPdu::GetVarBindCount() const { return static_cast<int>(Fields().varBinds.size()); }
 
 CString CSnmpPdu::GetTypeName(ePduType type) {
     for (const TypeName& entry : kTypeNames) {
@@ -64,60 +120,64 @@ const CSnmpVarBind& CSnmpPdu::GetVarBind(int nIndex) const {
     if (nIndex < 0 || nIndex >= GetVarBindCount()) {
         throw CInvalidArgException();
     }
-    return m_arrVarBinds[static_cast<std::size_t>(nIndex)];
+    return m_body->varBinds[static_cast<std::size_t>(nIndex)];
 }
 
 void CSnmpPdu::AddVarBind(const CSnmpVarBind& vb) {
-    m_arrVarBinds.push_back(vb);
+    Own().varBinds.push_back(vb);
 }
 
 void CSnmpPdu::RemoveAllVarBinds() {
-    m_arrVarBinds.clear();
+    if (m_body) {
+        m_body->varBinds.clear();
+    }
 }
 
 CString CSnmpPdu::ToString() const {
-    if (m_eType == PDU_NONE && m_nRequestId == 0 && m_nErrorStatus == 0 && m_nErrorIndex == 0 &&
-        m_arrVarBinds.empty()) {
+    const Body& f = Fields();
+    if (f.type == PDU_NONE && f.requestId == 0 && f.errorStatus == 0 && f.errorIndex == 0 && f.varBinds.empty()) {
         return CString();
     }
-    CString text = GetTypeName(m_eType);
+    CString text = GetTypeName(f.type);
     if (text.IsEmpty()) {
-        text = Decimal(static_cast<int32_t>(m_eType));
+        text = Decimal(static_cast<int32_t>(f.type));
     }
-    text += u" request-id=" + Decimal(m_nRequestId) + u" error-status=" + Decimal(m_nErrorStatus) +
-            u" error-index=" + Decimal(m_nErrorIndex) + u" {";
-    for (std::size_t i = 0; i < m_arrVarBinds.size(); ++i) {
+    text += u" request-id=" + Decimal(f.requestId) + u" error-status=" + Decimal(f.errorStatus) +
+            u" error-index=" + Decimal(f.errorIndex) + u" {";
+    for (std::size_t i = 0; i < f.varBinds.size(); ++i) {
         if (i > 0) {
             text += u"; ";
         }
-        text += m_arrVarBinds[i].ToString();
+        text += f.varBinds[i].ToString();
     }
     text += u'}';
     return text;
 }
 
 CString CSnmpPdu::ToJSON() const {
-    CString json = u"{\"type\": " + CSnmpUtility::ToJsonString(GetTypeName(m_eType)) +
-                   u", \"requestId\": " + Decimal(m_nRequestId) + u", \"errorStatus\": " + Decimal(m_nErrorStatus) +
-                   u", \"errorIndex\": " + Decimal(m_nErrorIndex) + u", \"varbinds\": [";
-    for (std::size_t i = 0; i < m_arrVarBinds.size(); ++i) {
+    const Body& f = Fields();
+    CString json = u"{\"type\": " + CSnmpUtility::ToJsonString(GetTypeName(f.type)) +
+                   u", \"requestId\": " + Decimal(f.requestId) + u", \"errorStatus\": " + Decimal(f.errorStatus) +
+                   u", \"errorIndex\": " + Decimal(f.errorIndex) + u", \"varbinds\": [";
+    for (std::size_t i = 0; i < f.varBinds.size(); ++i) {
         if (i > 0) {
             json += u", ";
         }
-        json += m_arrVarBinds[i].ToJSON();
+        json += f.varBinds[i].ToJSON();
     }
     json += u"]}";
     return json;
 }
 
 CXML CSnmpPdu::ToXml() const {
+    const Body& f = Fields();
     CXML node(TAG_NAME);
-    const CString typeName = GetTypeName(m_eType);
-    node.SetAttr(u"Type", typeName.IsEmpty() ? Decimal(static_cast<int32_t>(m_eType)) : typeName);
-    node.SetAttr(u"RequestId", static_cast<int>(m_nRequestId));
-    node.SetAttr(u"ErrorStatus", static_cast<int>(m_nErrorStatus));
-    node.SetAttr(u"ErrorIndex", static_cast<int>(m_nErrorIndex));
-    for (const CSnmpVarBind& vb : m_arrVarBinds) {
+    const CString typeName = GetTypeName(f.type);
+    node.SetAttr(u"Type", typeName.IsEmpty() ? Decimal(static_cast<int32_t>(f.type)) : typeName);
+    node.SetAttr(u"RequestId", static_cast<int>(f.requestId));
+    node.SetAttr(u"ErrorStatus", static_cast<int>(f.errorStatus));
+    node.SetAttr(u"ErrorIndex", static_cast<int>(f.errorIndex));
+    for (const CSnmpVarBind& vb : f.varBinds) {
         node.AddChild(vb.ToXml());
     }
     return node;
@@ -130,30 +190,32 @@ void CSnmpPdu::FromXml(CXML& node) {
         // A type outside the table is written as its number.
         type = static_cast<ePduType>(node.GetAttrInt(u"Type", PDU_NONE));
     }
-    m_eType = type;
-    m_nRequestId = node.GetAttrInt(u"RequestId", 0);
-    m_nErrorStatus = node.GetAttrInt(u"ErrorStatus", 0);
-    m_nErrorIndex = node.GetAttrInt(u"ErrorIndex", 0);
-    m_arrVarBinds.clear();
+    Body& body = Own();
+    body.type = type;
+    body.requestId = node.GetAttrInt(u"RequestId", 0);
+    body.errorStatus = node.GetAttrInt(u"ErrorStatus", 0);
+    body.errorIndex = node.GetAttrInt(u"ErrorIndex", 0);
+    body.varBinds.clear();
     for (CXML child = node.GetFirstChild(); child.IsValid(); child = node.GetNextChild()) {
         CSnmpVarBind vb;
         vb.FromXml(child);
-        m_arrVarBinds.push_back(std::move(vb));
+        body.varBinds.push_back(std::move(vb));
     }
 }
 
 CSnmpPdu& CSnmpPdu::operator+=(CSnmpVarBind& vb) {
-    m_arrVarBinds.push_back(vb);
+    Own().varBinds.push_back(vb);
     return *this;
 }
 
 CSnmpPdu& CSnmpPdu::operator+=(const CSnmpVarBind& vb) {
-    m_arrVarBinds.push_back(vb);
+    Own().varBinds.push_back(vb);
     return *this;
 }
 
 bool CSnmpPdu::operator==(const CSnmpPdu& other) const {
-    return m_eType == other.m_eType && m_nRequestId == other.m_nRequestId &&
-           m_nErrorStatus == other.m_nErrorStatus && m_nErrorIndex == other.m_nErrorIndex &&
-           m_arrVarBinds == other.m_arrVarBinds;
+    const Body& a = Fields();
+    const Body& b = other.Fields();
+    return a.type == b.type && a.requestId == b.requestId && a.errorStatus == b.errorStatus &&
+           a.errorIndex == b.errorIndex && a.varBinds == b.varBinds;
 }

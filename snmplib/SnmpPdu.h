@@ -17,6 +17,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "corelib/XML.h"
@@ -49,22 +50,22 @@ public:
     CSnmpPdu& operator=(const CSnmpPdu&);
     virtual ~CSnmpPdu();
 
-    ePduType GetType() const { return m_eType; }
-    void SetType(ePduType type) { m_eType = type; }
+    ePduType GetType() const;
+    void SetType(ePduType type);
     // "GET", "GETNEXT", ...; "NONE" for PDU_NONE; empty for a number outside the enumeration.
     static CString GetTypeName(ePduType type);
     // The type of a name that GetTypeName gives; 0 for any other text.
     static int TypeFromName(const CString& name, ePduType& type);
 
-    int32_t GetRequestId() const { return m_nRequestId; }
-    void SetRequestId(int32_t id) { m_nRequestId = id; }
-    int32_t GetErrorStatus() const { return m_nErrorStatus; }
-    void SetErrorStatus(int32_t status) { m_nErrorStatus = status; }
-    int32_t GetErrorIndex() const { return m_nErrorIndex; }
-    void SetErrorIndex(int32_t index) { m_nErrorIndex = index; }
+    int32_t GetRequestId() const;
+    void SetRequestId(int32_t id);
+    int32_t GetErrorStatus() const;
+    void SetErrorStatus(int32_t status);
+    int32_t GetErrorIndex() const;
+    void SetErrorIndex(int32_t index);
 
     // The bindings, in the order they were added.
-    int GetVarBindCount() const { return static_cast<int>(m_arrVarBinds.size()); }
+    int GetVarBindCount() const;
     // Out of range: CInvalidArgException.
     const CSnmpVarBind& GetVarBind(int nIndex) const;
     void AddVarBind(const CSnmpVarBind& vb);
@@ -85,9 +86,15 @@ public:
     bool operator!=(const CSnmpPdu& other) const { return !(*this == other); }
 
 private:
-    ePduType m_eType = PDU_NONE;
-    int32_t m_nRequestId = 0;
-    int32_t m_nErrorStatus = 0;
-    int32_t m_nErrorIndex = 0;
-    std::vector<CSnmpVarBind> m_arrVarBinds;
+    struct Body;
+
+    // The fields, or the defaults' when nothing was set.
+    const Body& Fields() const;
+    // The fields, allocated on the first change.
+    Body& Own();
+
+    std::unique_ptr<Body> m_body;  // null for a default PDU
 };
+
+// Every value (CVariable) holds a PDU; an unused one must cost a pointer.
+static_assert(sizeof(CSnmpPdu) == 2 * sizeof(void*));

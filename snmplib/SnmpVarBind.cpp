@@ -49,17 +49,55 @@ T ParseNumber(const CString& text) {
 
 }  // namespace
 
+struct CSnmpVarBind::Body {
+    CString oid;
+    eSyntax syntax = SYNTAX_NULL;
+    uint64_t number = 0;  // the number of a numeric syntax (an INTEGER as its 64-bit two's complement)
+    CString text;         // the text of a textual syntax
+};
+
 const CString CSnmpVarBind::TAG_NAME(u"SnmpVarBind");
 
 CSnmpVarBind::CSnmpVarBind() = default;
 
-CSnmpVarBind::CSnmpVarBind(const CString& oid) : m_strOid(oid) {}
+CSnmpVarBind::CSnmpVarBind(const CString& oid) { Own().oid = oid; }
 
-CSnmpVarBind::CSnmpVarBind(const CSnmpVarBind&) = default;
+CSnmpVarBind::CSnmpVarBind(const CSnmpVarBind& other)
+    : m_body(other.m_body ? std::make_unique<Body>(*other.m_body) : nullptr) {}
 
-CSnmpVarBind& CSnmpVarBind::operator=(const CSnmpVarBind&) = default;
+CSnmpVarBind& CSnmpVarBind::operator=(const CSnmpVarBind& other) {
+    if (this == &other) {
+        return *this;
+    }
+    if (!other.m_body) {
+        m_body.reset();
+    } else if (m_body) {
+        *m_body = *other.m_body;
+    } else {
+        m_body = std::make_unique<Body>(*other.m_body);
+    }
+    return *this;
+}
 
 CSnmpVarBind::~CSnmpVarBind() = default;
+
+const CSnmpVarBind::Body& CSnmpVarBind::Fields() const {
+    static const Body defaults;
+    return m_body ? *m_body : defaults;
+}
+
+CSnmpVarBind::Body& CSnmpVarBind::Own() {
+    if (!m_body) {
+        m_body = std::make_unique<Body>();
+    }
+    return *m_body;
+}
+
+CString CSnmpVarBind::GetOid() const { return Fields().oid; }
+
+void CSnmpVarBind::SetOid(const CString& oid) { Own().oid = oid; }
+
+CSnmpVarBind::eSyntax CSnmpVarBind::GetSyntax() const { return Fields().syntax; }
 
 CString CSnmpVarBind::GetSyntaxName(eSyntax syntax) {
     for (const SyntaxName& entry : kSyntaxNames) {
@@ -81,46 +119,38 @@ int CSnmpVarBind::SyntaxFromName(const CString& name, eSyntax& syntax) {
 }
 
 void CSnmpVarBind::SetNull() {
-    m_eSyntax = SYNTAX_NULL;
-    m_nValue = 0;
-    m_strValue.Empty();
-}
-
-void CSnmpVarBind::SetInteger(int32_t value) {
-    SetNull();
-    m_eSyntax = SYNTAX_INTEGER;
-    m_nValue = static_cast<uint64_t>(static_cast<int64_t>(value));
-}
-
-void CSnmpVarBind::SetOctetString(const CString& value) {
-    SetNull();
-    m_eSyntax = SYNTAX_OCTET_STRING;
-    m_strValue = value;
-}
-
-void CSnmpVarBind::SetObjectId(const CString& oid) {
-    SetNull();
-    m_eSyntax = SYNTAX_OBJECT_IDENTIFIER;
-    m_strValue = oid;
-}
-
-void CSnmpVarBind::SetIpAddress(const CString& dotted) {
-    SetNull();
-    m_eSyntax = SYNTAX_IPADDRESS;
-    m_strValue = dotted;
-}
-
-void CSnmpVarBind::SetOpaque(const CString& value) {
-    SetNull();
-    m_eSyntax = SYNTAX_OPAQUE;
-    m_strValue = value;
+    if (m_body) {
+        m_body->syntax = SYNTAX_NULL;
+        m_body->number = 0;
+        m_body->text.Empty();
+    }
 }
 
 void CSnmpVarBind::SetNumber(eSyntax syntax, uint64_t value) {
     SetNull();
-    m_eSyntax = syntax;
-    m_nValue = value;
+    Body& body = Own();
+    body.syntax = syntax;
+    body.number = value;
 }
+
+void CSnmpVarBind::SetText(eSyntax syntax, const CString& value) {
+    SetNull();
+    Body& body = Own();
+    body.syntax = syntax;
+    body.text = value;
+}
+
+void CSnmpVarBind::SetInteger(int32_t value) {
+    SetNumber(SYNTAX_INTEGER, static_cast<uint64_t>(static_cast<int64_t>(value)));
+}
+
+void CSnmpVarBind::SetOctetString(const CString& value) { SetText(SYNTAX_OCTET_STRING, value); }
+
+void CSnmpVarBind::SetObjectId(const CString& oid) { SetText(SYNTAX_OBJECT_IDENTIFIER, oid); }
+
+void CSnmpVarBind::SetIpAddress(const CString& dotted) { SetText(SYNTAX_IPADDRESS, dotted); }
+
+void CSnmpVarBind::SetOpaque(const CString& value) { SetText(SYNTAX_OPAQUE, value); }
 
 void CSnmpVarBind::SetCounter32(uint32_t value) { SetNumber(SYNTAX_COUNTER32, value); }
 
@@ -133,41 +163,41 @@ void CSnmpVarBind::SetCounter64(uint64_t value) { SetNumber(SYNTAX_COUNTER64, va
 void CSnmpVarBind::SetException(eSyntax exception) {
     SetNull();
     if (exception == SYNTAX_NOSUCHOBJECT || exception == SYNTAX_NOSUCHINSTANCE || exception == SYNTAX_ENDOFMIBVIEW) {
-        m_eSyntax = exception;
+        Own().syntax = exception;
     }
 }
 
 int64_t CSnmpVarBind::GetInteger() const {
-    if (m_eSyntax == SYNTAX_INTEGER || IsUnsigned(m_eSyntax)) {
-        return static_cast<int64_t>(m_nValue);
-    }
-    return 0;
+    return IsNumeric() ? static_cast<int64_t>(Fields().number) : 0;
 }
 
 uint64_t CSnmpVarBind::GetUnsigned() const {
-    return IsNumeric() ? m_nValue : 0;
+    return IsNumeric() ? Fields().number : 0;
 }
 
 int CSnmpVarBind::IsNumeric() const {
-    return (m_eSyntax == SYNTAX_INTEGER || IsUnsigned(m_eSyntax)) ? 1 : 0;
+    const eSyntax syntax = GetSyntax();
+    return (syntax == SYNTAX_INTEGER || IsUnsigned(syntax)) ? 1 : 0;
 }
 
 CString CSnmpVarBind::GetValueText() const {
-    if (m_eSyntax == SYNTAX_INTEGER) {
-        return CString(std::to_string(static_cast<int64_t>(m_nValue)).c_str());
+    const Body& f = Fields();
+    if (f.syntax == SYNTAX_INTEGER) {
+        return CString(std::to_string(static_cast<int64_t>(f.number)).c_str());
     }
-    if (IsUnsigned(m_eSyntax)) {
-        return CString(std::to_string(m_nValue).c_str());
+    if (IsUnsigned(f.syntax)) {
+        return CString(std::to_string(f.number).c_str());
     }
-    return HasNoValue(m_eSyntax) ? CString() : m_strValue;
+    return HasNoValue(f.syntax) ? CString() : f.text;
 }
 
 CString CSnmpVarBind::ToString() const {
-    if (m_strOid.IsEmpty() && m_eSyntax == SYNTAX_NULL) {
+    const Body& f = Fields();
+    if (f.oid.IsEmpty() && f.syntax == SYNTAX_NULL) {
         return CString();
     }
-    CString text = m_strOid + u" = " + GetSyntaxName(m_eSyntax);
-    if (!HasNoValue(m_eSyntax)) {
+    CString text = f.oid + u" = " + GetSyntaxName(f.syntax);
+    if (!HasNoValue(f.syntax)) {
         text += u": ";
         text += GetValueText();
     }
@@ -175,51 +205,55 @@ CString CSnmpVarBind::ToString() const {
 }
 
 CString CSnmpVarBind::ToJSON() const {
-    CString json = u"{\"oid\": " + CSnmpUtility::ToJsonString(m_strOid) + u", \"type\": " +
-                   CSnmpUtility::ToJsonString(GetSyntaxName(m_eSyntax)) + u", \"value\": ";
-    if (HasNoValue(m_eSyntax)) {
+    const Body& f = Fields();
+    CString json = u"{\"oid\": " + CSnmpUtility::ToJsonString(f.oid) + u", \"type\": " +
+                   CSnmpUtility::ToJsonString(GetSyntaxName(f.syntax)) + u", \"value\": ";
+    if (HasNoValue(f.syntax)) {
         json += u"null";
     } else if (IsNumeric()) {
         json += GetValueText();
     } else {
-        json += CSnmpUtility::ToJsonString(m_strValue);
+        json += CSnmpUtility::ToJsonString(f.text);
     }
     json += u'}';
     return json;
 }
 
 CXML CSnmpVarBind::ToXml() const {
+    const Body& f = Fields();
     CXML node(TAG_NAME);
-    node.SetAttr(u"Oid", m_strOid);
-    node.SetAttr(u"Type", GetSyntaxName(m_eSyntax));
-    if (!HasNoValue(m_eSyntax)) {
+    node.SetAttr(u"Oid", f.oid);
+    node.SetAttr(u"Type", GetSyntaxName(f.syntax));
+    if (!HasNoValue(f.syntax)) {
         node.SetAttr(u"Value", GetValueText());
     }
     return node;
 }
 
 void CSnmpVarBind::FromXml(CXML& node) {
-    m_strOid = node.GetAttr(u"Oid", CString());
+    Body& body = Own();
+    body.oid = node.GetAttr(u"Oid", CString());
     SetNull();
     eSyntax syntax = SYNTAX_NULL;
     if (!SyntaxFromName(node.GetAttr(u"Type", CString()), syntax) || HasNoValue(syntax)) {
-        m_eSyntax = syntax;
+        body.syntax = syntax;
         return;
     }
     const CString value = node.GetAttr(u"Value", CString());
-    m_eSyntax = syntax;
+    body.syntax = syntax;
     if (syntax == SYNTAX_INTEGER) {
-        m_nValue = static_cast<uint64_t>(static_cast<int64_t>(ParseNumber<int32_t>(value)));
+        body.number = static_cast<uint64_t>(static_cast<int64_t>(ParseNumber<int32_t>(value)));
     } else if (syntax == SYNTAX_COUNTER64) {
-        m_nValue = ParseNumber<uint64_t>(value);
+        body.number = ParseNumber<uint64_t>(value);
     } else if (IsUnsigned(syntax)) {
-        m_nValue = ParseNumber<uint32_t>(value);
+        body.number = ParseNumber<uint32_t>(value);
     } else {
-        m_strValue = value;
+        body.text = value;
     }
 }
 
 bool CSnmpVarBind::operator==(const CSnmpVarBind& other) const {
-    return m_strOid == other.m_strOid && m_eSyntax == other.m_eSyntax && m_nValue == other.m_nValue &&
-           m_strValue == other.m_strValue;
+    const Body& a = Fields();
+    const Body& b = other.Fields();
+    return a.oid == b.oid && a.syntax == b.syntax && a.number == b.number && a.text == b.text;
 }

@@ -16,6 +16,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "corelib/XML.h"
 #include "corelib/framework/String.h"
@@ -51,10 +52,10 @@ public:
     virtual ~CSnmpVarBind();
 
     // The object identifier, dotted decimal text ("1.3.6.1.2.1.1.5.0"); not checked.
-    CString GetOid() const { return m_strOid; }
-    void SetOid(const CString& oid) { m_strOid = oid; }
+    CString GetOid() const;
+    void SetOid(const CString& oid);
 
-    eSyntax GetSyntax() const { return m_eSyntax; }
+    eSyntax GetSyntax() const;
     // The syntax's name as ToString writes it ("INTEGER", "OCTET STRING", "Counter32", ...).
     static CString GetSyntaxName(eSyntax syntax);
     // The syntax of a name that GetSyntaxName gives; 0 (no syntax) for any other text.
@@ -94,11 +95,19 @@ public:
     bool operator!=(const CSnmpVarBind& other) const { return !(*this == other); }
 
 private:
+    struct Body;
+
     // Makes the binding a number of the syntax.
     void SetNumber(eSyntax syntax, uint64_t value);
+    // Makes the binding a text of the syntax.
+    void SetText(eSyntax syntax, const CString& value);
+    // The fields, or the defaults' when nothing was set.
+    const Body& Fields() const;
+    // The fields, allocated on the first change.
+    Body& Own();
 
-    CString m_strOid;
-    eSyntax m_eSyntax = SYNTAX_NULL;
-    uint64_t m_nValue = 0;   // the number of a numeric syntax (an INTEGER as its 64-bit two's complement)
-    CString m_strValue;      // the text of a textual syntax
+    std::unique_ptr<Body> m_body;  // null for a default binding
 };
+
+// Every value (CVariable) holds a var-bind; an unused one must cost a pointer.
+static_assert(sizeof(CSnmpVarBind) == 2 * sizeof(void*));

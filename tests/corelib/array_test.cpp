@@ -3,6 +3,7 @@
 #include <functional>
 #include <string>
 
+#include "alloc_counter.h"
 #include "corelib/framework/ByteArray.h"
 #include "corelib/framework/StringArray.h"
 #include "corelib/framework/UIntArray.h"
@@ -59,6 +60,41 @@ TEST(Array, AddingAnElementOfItselfIsSafe) {
     a.SetAtGrow(200, a[0]);
     EXPECT_EQ(a[200], u"first");
     EXPECT_EQ(a[1], u"first");
+}
+
+// An empty array has no body: nothing is allocated until an element or a hint is set,
+// every access still checks its index, and copies each get their own elements.
+TEST(Array, EmptyAllocatesNothingAndCopiesStayIndependent) {
+    const std::size_t before = bench::AllocationCount();
+    {
+        CStringArray a, b(a), c;
+        c = a;
+        a.SetSize(0);
+        a.Append(b);
+        a.InsertAt(0, &b);
+        a.InsertAt(0, CString(), 0);
+        a.RemoveAt(0, 0);
+        b.Copy(a);
+        a.FreeExtra();
+        a.RemoveAll();
+    }
+    EXPECT_EQ(bench::AllocationCount(), before);
+
+    CUIntArray a;
+    const CUIntArray& ca = a;
+    EXPECT_THROW(a.GetAt(0), CInvalidArgException);
+    EXPECT_THROW(ca[0], CInvalidArgException);
+    EXPECT_THROW(a.SetAt(0, 1), CInvalidArgException);
+    EXPECT_THROW(a.RemoveAt(0), CInvalidArgException);
+    const std::size_t beforeAdd = bench::AllocationCount();
+    a.Add(1);
+    EXPECT_GT(bench::AllocationCount(), beforeAdd);
+    CUIntArray copied(a), assigned;
+    assigned = a;
+    a.SetAt(0, 2);
+    copied.Add(3);
+    assigned.RemoveAll();
+    EXPECT_TRUE(a.GetSize() == 1 && a[0] == 2 && copied.GetSize() == 2 && copied[0] == 1 && assigned.IsEmpty());
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "alloc_counter.h"
 #include "corelib/XML.h"
 #include "corelib/framework/File.h"
 #include "temp_dir.h"
@@ -199,6 +200,28 @@ TEST(Xml, CopiesShareTheTreeClonesAndChildrenDoNot) {
     EXPECT_EQ(Utf8(root.ToString(1)), "<r><c n=\"1\"/><r><c n=\"1\"/></r></r>");
     root.GetFirstChild().AddChild(root);
     EXPECT_EQ(root.GetChildCount(), 2);
+}
+
+// Empty handles count nothing; the tree's own count keeps it alive through self-assignment and moves.
+TEST(Xml, EmptyHandlesAllocateNothingAndTheCountFollowsTheHandles) {
+    const std::size_t before = bench::AllocationCount();
+    {
+        CXML a, b(a);
+        b = a;
+        CXML c(std::move(b));
+    }
+    EXPECT_EQ(bench::AllocationCount(), before);
+
+    CXML root(u"r");
+    EXPECT_GT(bench::AllocationCount(), before);
+    const CXML& same = root;
+    root = same;
+    CXML moved(std::move(root));
+    root = moved.GetChild(u"none");  // invalid: the tree is held by moved alone
+    CXML& alias = moved;
+    moved = std::move(alias);
+    moved.SetAttr(u"a", 1);
+    EXPECT_EQ(Utf8(moved.ToString(1)), "<r a=\"1\"/>");
 }
 
 TEST(Xml, ChildWalkIsKeptByEachParent) {

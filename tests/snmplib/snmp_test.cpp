@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "alloc_counter.h"
 #include "snmplib/SnmpPdu.h"
 #include "snmplib/SnmpUtility.h"
 #include "snmplib/SnmpVarBind.h"
@@ -190,6 +191,42 @@ TEST(SnmpPdu, CopiesAndAppendsAreIndependent) {
     copied.RemoveAllVarBinds();
     assigned.SetRequestId(1);
     EXPECT_TRUE(sample == SamplePdu() && sample != assigned && assigned.GetVarBindCount() == 2);
+}
+
+// Default objects hold no fields: reading, copying and clearing them allocates nothing; the
+// first change does, and a copy taken before it keeps the defaults.
+TEST(SnmpPdu, DefaultsAllocateNothingAndCopiesOfThemStayDefault) {
+    const std::size_t before = bench::AllocationCount();
+    int reads = 0;
+    {
+        CSnmpPdu pdu, pduCopy(pdu);
+        CSnmpVarBind vb, vbCopy(vb);
+        pduCopy = pdu;
+        vbCopy = vb;
+        pdu.RemoveAllVarBinds();
+        vb.SetNull();
+        reads = pdu.GetType() + pdu.GetRequestId() + pdu.GetErrorStatus() + pdu.GetErrorIndex() +
+                pdu.GetVarBindCount() + vb.GetSyntax() + static_cast<int>(vb.GetUnsigned()) +
+                (pdu == pduCopy) + (vb == vbCopy);
+    }
+    EXPECT_EQ(bench::AllocationCount(), before);
+    EXPECT_EQ(reads, CSnmpVarBind::SYNTAX_NULL + 2);
+
+    CSnmpVarBind vb, vbCopy(vb);
+    vb.SetTimeTicks(5);
+    EXPECT_GT(bench::AllocationCount(), before);
+    CSnmpPdu pdu, pduCopy(pdu);
+    pdu.SetErrorIndex(1);
+    EXPECT_TRUE(vbCopy == CSnmpVarBind() && pduCopy == CSnmpPdu());
+    pduCopy = pdu;
+    pdu += vb;
+    vbCopy = vb;
+    vb.SetOid(u"1.2");
+    EXPECT_EQ(Utf8(pduCopy.ToString() + u"|" + vbCopy.ToString() + u"|" + vb.ToString()),
+              "NONE request-id=0 error-status=0 error-index=1 {}| = TimeTicks: 5|1.2 = TimeTicks: 5");
+    pduCopy = CSnmpPdu();
+    vbCopy = CSnmpVarBind();
+    EXPECT_TRUE(pduCopy == CSnmpPdu() && vbCopy == CSnmpVarBind() && pdu.GetVarBindCount() == 1);
 }
 
 TEST(SnmpUtility, LocalAddressIsDottedIpv4) {
