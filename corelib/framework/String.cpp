@@ -284,6 +284,14 @@ CString::Buffer* CString::Allocate(std::size_t capacity) {
     return ::new (raw) Buffer{0, static_cast<uint32_t>(capacity), 1};
 }
 
+CString::Buffer* CString::Copy(const char16_t* text, std::size_t n) {
+    Buffer* b = Allocate(n);
+    Traits::copy(b->text, text, n);
+    b->text[n] = 0;
+    b->length = static_cast<uint32_t>(n);
+    return b;
+}
+
 void CString::Free(Buffer* p) noexcept {
     const std::size_t bytes = sizeof(Buffer) + (std::size_t{p->capacity} + 1) * sizeof(char16_t);
     p->~Buffer();
@@ -304,43 +312,35 @@ void CString::Adopt(Buffer* b, std::size_t length) noexcept {
 
 char16_t* CString::MakeUnique() {
     if (m_p->refs.load(std::memory_order_acquire) != 1) {
-        const std::size_t length = m_p->length;
-        Buffer* b = Allocate(length);
-        Traits::copy(b->text, m_p->text, length);
-        Adopt(b, length);
+        Buffer* b = Copy(m_p->text, m_p->length);
+        Release(m_p);
+        m_p = b;
     }
     return m_p->text;
 }
 
-void CString::Splice(std::size_t pos, std::size_t count, const char16_t* text, std::size_t n) {
+void CString::Reallocate(std::size_t pos, std::size_t count, const char16_t* text, std::size_t n) {
     Buffer* const old = m_p;
     const std::size_t length = old ? old->length : 0;
-    const std::size_t tail = length - pos - count;
-    if (count == 0 && n == 0) return;  // no change: a shared buffer stays shared
     if (n > kMaxLength - (length - count)) throw std::length_error("CString: text too long");
     const std::size_t newLength = length - count + n;
-    if (newLength == 0) {
-        Adopt(nullptr, 0);
-        return;
-    }
-    const bool own = old && old->refs.load(std::memory_order_acquire) == 1;
-    // Text from this very buffer is read from it as it was: into a new buffer, the old one freed after.
-    const std::less_equal<const char16_t*> le{};
-    const bool aliased = old && n && le(old->text, text) && le(text, old->text + old->capacity);
-    if (own && !aliased && newLength <= old->capacity) {
-        Traits::move(old->text + pos + n, old->text + pos + count, tail);
-        Traits::copy(old->text + pos, text, n);
-        Adopt(old, newLength);
+    if (newLength == 0) return Empty();
+    if (!old) {
+        m_p = Copy(text, n);
         return;
     }
     // A private buffer that grows doubles, so that appending stays amortised O(1).
     std::size_t capacity = newLength;
-    if (own && newLength > old->capacity) capacity = std::max(newLength, std::min(kMaxLength, 2 * std::size_t{old->capacity}));
+    if (newLength > old->capacity && old->refs.load(std::memory_order_relaxed) == 1)
+        capacity = std::max(newLength, std::min(kMaxLength, 2 * std::size_t{old->capacity}));
     Buffer* b = Allocate(capacity);
-    if (old) Traits::copy(b->text, old->text, pos);
+    Traits::copy(b->text, old->text, pos);
+    Traits::copy(b->text + pos + n, old->text + pos + count, length - pos - count);
     Traits::copy(b->text + pos, text, n);
-    if (old) Traits::copy(b->text + pos + n, old->text + pos + count, tail);
-    Adopt(b, newLength);
+    b->text[newLength] = 0;
+    b->length = static_cast<uint32_t>(newLength);
+    m_p = b;
+    Release(old);  // after the copy: text may be in it
 }
 
 void CString::MapUnits(char16_t (*map)(char16_t)) {
@@ -354,16 +354,13 @@ void CString::MapUnits(char16_t (*map)(char16_t)) {
 
 // ---------------------------------------------------------------------------
 
-CString::CString(const char16_t* text) {
-    if (text) Assign(text, Traits::length(text));
-}
+CString::CString(const char16_t* text) : CString(text ? std::u16string_view(text) : std::u16string_view()) {}
 CString::CString(const char* utf8) : CString(utf8 ? FromUtf8(utf8) : CString()) {}
 CString::CString(const std::u16string& text) : CString(std::u16string_view(text)) {}
 CString::CString(std::u16string&& text) : CString(std::u16string_view(text)) {}
-CString::CString(std::u16string_view text) { Assign(text.data(), text.size()); }
-CString::CString(const char16_t* text, int nLength) {
-    if (text && nLength > 0) Assign(text, static_cast<std::size_t>(nLength));
-}
+CString::CString(std::u16string_view text) : m_p(text.empty() ? nullptr : Copy(text.data(), text.size())) {}
+CString::CString(const char16_t* text, int nLength)
+    : CString(text && nLength > 0 ? std::u16string_view(text, static_cast<std::size_t>(nLength)) : std::u16string_view()) {}
 CString::CString(char16_t ch, int nRepeat) {
     if (nRepeat <= 0) return;
     const auto n = static_cast<std::size_t>(nRepeat);
@@ -425,11 +422,6 @@ CString& CString::operator+=(const CString& other) {
 
 CString& CString::operator+=(const char16_t* other) {
     if (other) Splice(static_cast<std::size_t>(GetLength()), 0, other, Traits::length(other));
-    return *this;
-}
-
-CString& CString::operator+=(char16_t ch) {
-    Splice(static_cast<std::size_t>(GetLength()), 0, &ch, 1);
     return *this;
 }
 

@@ -12,6 +12,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -101,7 +102,10 @@ public:
 
     CString& operator+=(const CString& other);
     CString& operator+=(const char16_t* other);
-    CString& operator+=(char16_t ch);
+    CString& operator+=(char16_t ch) {
+        Splice(static_cast<std::size_t>(GetLength()), 0, &ch, 1);
+        return *this;
+    }
 
     // Position of the first match at or after nStart, or -1.
     int Find(char16_t ch, int nStart = 0) const;
@@ -178,13 +182,39 @@ private:
     }
     static void Free(Buffer* p) noexcept;
     static Buffer* Allocate(std::size_t capacity);
+    // A new buffer holding just the n code units of text (n > 0).
+    static Buffer* Copy(const char16_t* text, std::size_t n);
     // Takes over b, holding length code units (0: b is freed and the string is empty).
     void Adopt(Buffer* b, std::size_t length) noexcept;
     // The text, private to this object (copied first when shared); not for an empty string.
     char16_t* MakeUnique();
     // Replaces count code units at pos by n code units of text: every edit of the
-    // length goes through here. Text may point into this string.
-    void Splice(std::size_t pos, std::size_t count, const char16_t* text, std::size_t n);
+    // length goes through here. Text may point into this string. Inline, so that
+    // appending a character costs a few instructions.
+    void Splice(std::size_t pos, std::size_t count, const char16_t* text, std::size_t n) {
+        Buffer* const old = m_p;
+        const std::size_t length = old ? old->length : 0, newLength = length - count + n;
+        // In place when the buffer is ours, the result fits and is not empty (newLength - 1
+        // wraps at 0), and the text is not from this buffer (an edit in place could
+        // overwrite it before reading it).
+        const std::less_equal<const char16_t*> le{};
+        if (old && newLength - 1 < old->capacity && old->refs.load(std::memory_order_acquire) == 1 &&
+            !(n && le(old->text, text) && le(text, old->text + old->capacity))) {
+            char16_t* t = old->text;
+            if (pos + count != length && n != count)
+                std::char_traits<char16_t>::move(t + pos + n, t + pos + count, length - pos - count);
+            if (n == 1)
+                t[pos] = *text;
+            else
+                std::char_traits<char16_t>::copy(t + pos, text, n);
+            t[newLength] = 0;
+            old->length = static_cast<uint32_t>(newLength);
+        } else if (count || n) {  // no change: a shared buffer stays shared
+            Reallocate(pos, count, text, n);
+        }
+    }
+    // Splice into a new buffer, the old one released after the copy.
+    void Reallocate(std::size_t pos, std::size_t count, const char16_t* text, std::size_t n);
     // Maps each code unit, making the buffer private only when one changes.
     void MapUnits(char16_t (*map)(char16_t));
     void Assign(const char16_t* text, std::size_t n) { Splice(0, static_cast<std::size_t>(GetLength()), text, n); }
