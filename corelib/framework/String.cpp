@@ -1,8 +1,13 @@
 #include "corelib/framework/String.h"
 
 #include <algorithm>
+#include <climits>
 #include <cstdio>
 #include <cstring>
+#include <functional>
+#include <memory_resource>
+#include <new>
+#include <stdexcept>
 
 #include "corelib/framework/InvalidArgException.h"
 
@@ -11,6 +16,8 @@ namespace {
 using Traits = std::char_traits<char16_t>;
 
 constexpr char16_t kReplacement = 0xFFFD;
+// Lengths and positions are ints in the interface.
+constexpr std::size_t kMaxLength = INT_MAX;
 
 bool IsSpace(char16_t c) { return c == u' ' || (c >= u'\t' && c <= u'\r'); }
 
@@ -50,16 +57,16 @@ void AppendUtf8(std::string& out, char32_t cp) {
 
 // Decodes UTF-8 after the maximal-subpart rule: each ill-formed sequence (an
 // invalid lead byte, or the longest valid prefix of a broken sequence) becomes
-// one U+FFFD, as the Unicode standard recommends.
-std::u16string DecodeUtf8(std::string_view in) {
-    std::u16string out;
-    out.reserve(in.size());
+// one U+FFFD, as the Unicode standard recommends. Writes at most in.size()
+// code units to out; returns how many.
+std::size_t DecodeUtf8(std::string_view in, char16_t* out) {
+    char16_t* const begin = out;
     std::size_t i = 0;
     const std::size_t n = in.size();
     while (i < n) {
         const unsigned char b0 = static_cast<unsigned char>(in[i]);
         if (b0 < 0x80) {
-            out += static_cast<char16_t>(b0);
+            *out++ = static_cast<char16_t>(b0);
             ++i;
             continue;
         }
@@ -80,7 +87,7 @@ std::u16string DecodeUtf8(std::string_view in) {
             if (b0 == 0xF0) lo = 0x90;
             if (b0 == 0xF4) hi = 0x8F;
         } else {
-            out += kReplacement;
+            *out++ = kReplacement;
             ++i;
             continue;
         }
@@ -95,20 +102,20 @@ std::u16string DecodeUtf8(std::string_view in) {
             cp = (cp << 6) | (b & 0x3F);
         }
         if (!ok) {
-            out += kReplacement;
+            *out++ = kReplacement;
             i = j;  // the valid prefix is consumed as one bad sequence
             continue;
         }
         if (cp >= 0x10000) {
             cp -= 0x10000;
-            out += static_cast<char16_t>(0xD800 + (cp >> 10));
-            out += static_cast<char16_t>(0xDC00 + (cp & 0x3FF));
+            *out++ = static_cast<char16_t>(0xD800 + (cp >> 10));
+            *out++ = static_cast<char16_t>(0xDC00 + (cp & 0x3FF));
         } else {
-            out += static_cast<char16_t>(cp);
+            *out++ = static_cast<char16_t>(cp);
         }
         i = j;
     }
-    return out;
+    return static_cast<std::size_t>(out - begin);
 }
 
 std::string EncodeUtf8(std::u16string_view in) {
@@ -126,6 +133,16 @@ std::string EncodeUtf8(std::u16string_view in) {
             AppendUtf8(out, c);
         }
     }
+    return out;
+}
+
+// The formatter's text: on the stack up to a size that holds nearly every
+// result, so that a Format allocates only the string's own buffer.
+using FormatText = std::pmr::u16string;
+
+FormatText DecodeUtf8(std::string_view in, std::pmr::memory_resource* memory) {
+    FormatText out(in.size(), u'\0', memory);
+    out.resize(DecodeUtf8(in, out.data()));
     return out;
 }
 
@@ -159,7 +176,7 @@ std::string Printf(const Conversion& cv, const char* length, char conv, auto val
 }
 
 // Pads a text to the conversion's width, left-justified with the '-' flag.
-void AppendPadded(std::u16string& out, const Conversion& cv, std::u16string_view text) {
+void AppendPadded(FormatText& out, const Conversion& cv, std::u16string_view text) {
     std::size_t len = text.size();
     if (cv.precision >= 0 && static_cast<std::size_t>(cv.precision) < len) len = static_cast<std::size_t>(cv.precision);
     const std::size_t pad = (cv.width > 0 && static_cast<std::size_t>(cv.width) > len)
@@ -174,7 +191,7 @@ uint64_t Truncated(uint64_t u, unsigned bytes) {
     return bytes >= 8 ? u : (u & ((uint64_t{1} << (8 * bytes)) - 1));
 }
 
-void AppendConversion(std::u16string& out, const Conversion& cv, const tw::detail::FormatArg& a) {
+void AppendConversion(FormatText& out, const Conversion& cv, const tw::detail::FormatArg& a) {
     using Kind = tw::detail::FormatArg::Kind;
     switch (cv.conv) {
     case 'd':
@@ -220,7 +237,7 @@ void AppendConversion(std::u16string& out, const Conversion& cv, const tw::detai
         if (a.kind == Kind::Text16) {
             AppendPadded(out, cv, std::u16string_view(a.text16, a.length));
         } else if (a.kind == Kind::Text8) {
-            const std::u16string wide = DecodeUtf8(std::string_view(a.text8, a.length));
+            const FormatText wide = DecodeUtf8(std::string_view(a.text8, a.length), out.get_allocator().resource());
             AppendPadded(out, cv, wide);
         } else if (a.kind == Kind::Char) {
             const char16_t ch = static_cast<char16_t>(a.u);
@@ -229,7 +246,7 @@ void AppendConversion(std::u16string& out, const Conversion& cv, const tw::detai
             // A number under %s: its plain decimal form.
             Conversion plain;
             plain.conv = a.kind == Kind::Double ? 'g' : (a.kind == Kind::Unsigned ? 'u' : 'd');
-            std::u16string number;
+            FormatText number(out.get_allocator());
             AppendConversion(number, plain, a);
             AppendPadded(out, cv, number);
         }
@@ -240,201 +257,298 @@ void AppendConversion(std::u16string& out, const Conversion& cv, const tw::detai
     }
 }
 
+// Code units at the start (or the end) of text for which keep holds.
+template <class Pred>
+std::size_t Leading(std::u16string_view text, Pred keep) {
+    std::size_t i = 0;
+    while (i < text.size() && keep(text[i])) ++i;
+    return i;
+}
+template <class Pred>
+std::size_t Trailing(std::u16string_view text, Pred keep) {
+    std::size_t i = 0;
+    while (i < text.size() && keep(text[text.size() - 1 - i])) ++i;
+    return i;
+}
+
+int Position(std::size_t p) { return p == std::u16string_view::npos ? -1 : static_cast<int>(p); }
+
 }  // namespace
 
-CString::CString(const char16_t* text) : m_str(text ? text : u"") {}
-CString::CString(const char* utf8) : m_str(utf8 ? DecodeUtf8(utf8) : std::u16string()) {}
-CString::CString(const std::u16string& text) : m_str(text) {}
-CString::CString(std::u16string&& text) noexcept : m_str(std::move(text)) {}
-CString::CString(std::u16string_view text) : m_str(text) {}
+// ---------------------------------------------------------------------------
+// The buffer: every change of the text goes through these.
+
+CString::Buffer* CString::Allocate(std::size_t capacity) {
+    if (capacity > kMaxLength) throw std::length_error("CString: text too long");
+    void* raw = ::operator new(sizeof(Buffer) + (capacity + 1) * sizeof(char16_t));
+    return ::new (raw) Buffer{0, static_cast<uint32_t>(capacity), 1};
+}
+
+CString::Buffer* CString::Copy(const char16_t* text, std::size_t n) {
+    Buffer* b = Allocate(n);
+    Traits::copy(b->text, text, n);
+    b->text[n] = 0;
+    b->length = static_cast<uint32_t>(n);
+    return b;
+}
+
+void CString::Free(Buffer* p) noexcept {
+    const std::size_t bytes = sizeof(Buffer) + (std::size_t{p->capacity} + 1) * sizeof(char16_t);
+    p->~Buffer();
+    ::operator delete(p, bytes);
+}
+
+void CString::Adopt(Buffer* b, std::size_t length) noexcept {
+    if (b != m_p) Release(m_p);
+    if (length == 0) {
+        Release(b);  // the empty string holds no buffer
+        m_p = nullptr;
+        return;
+    }
+    b->length = static_cast<uint32_t>(length);
+    b->text[length] = 0;
+    m_p = b;
+}
+
+char16_t* CString::MakeUnique() {
+    if (m_p->refs.load(std::memory_order_acquire) != 1) {
+        Buffer* b = Copy(m_p->text, m_p->length);
+        Release(m_p);
+        m_p = b;
+    }
+    return m_p->text;
+}
+
+void CString::Reallocate(std::size_t pos, std::size_t count, const char16_t* text, std::size_t n) {
+    Buffer* const old = m_p;
+    const std::size_t length = old ? old->length : 0;
+    if (n > kMaxLength - (length - count)) throw std::length_error("CString: text too long");
+    const std::size_t newLength = length - count + n;
+    if (newLength == 0) return Empty();
+    if (!old) {
+        m_p = Copy(text, n);
+        return;
+    }
+    // A private buffer that grows doubles, so that appending stays amortised O(1).
+    std::size_t capacity = newLength;
+    if (newLength > old->capacity && old->refs.load(std::memory_order_relaxed) == 1)
+        capacity = std::max(newLength, std::min(kMaxLength, 2 * std::size_t{old->capacity}));
+    Buffer* b = Allocate(capacity);
+    Traits::copy(b->text, old->text, pos);
+    Traits::copy(b->text + pos + n, old->text + pos + count, length - pos - count);
+    Traits::copy(b->text + pos, text, n);
+    b->text[newLength] = 0;
+    b->length = static_cast<uint32_t>(newLength);
+    m_p = b;
+    Release(old);  // after the copy: text may be in it
+}
+
+void CString::MapUnits(char16_t (*map)(char16_t)) {
+    const std::u16string_view text = View();
+    std::size_t i = 0;
+    while (i < text.size() && map(text[i]) == text[i]) ++i;
+    if (i == text.size()) return;  // nothing changes: a shared buffer stays shared
+    char16_t* t = MakeUnique();
+    for (; i < text.size(); ++i) t[i] = map(t[i]);
+}
+
+// ---------------------------------------------------------------------------
+
+CString::CString(const char16_t* text) : CString(text ? std::u16string_view(text) : std::u16string_view()) {}
+CString::CString(const char* utf8) : CString(utf8 ? FromUtf8(utf8) : CString()) {}
+CString::CString(const std::u16string& text) : CString(std::u16string_view(text)) {}
+CString::CString(std::u16string&& text) : CString(std::u16string_view(text)) {}
+CString::CString(std::u16string_view text) : m_p(text.empty() ? nullptr : Copy(text.data(), text.size())) {}
 CString::CString(const char16_t* text, int nLength)
-    : m_str(text && nLength > 0 ? std::u16string(text, static_cast<std::size_t>(nLength)) : std::u16string()) {}
-CString::CString(char16_t ch, int nRepeat) : m_str(nRepeat > 0 ? static_cast<std::size_t>(nRepeat) : 0, ch) {}
+    : CString(text && nLength > 0 ? std::u16string_view(text, static_cast<std::size_t>(nLength)) : std::u16string_view()) {}
+CString::CString(char16_t ch, int nRepeat) {
+    if (nRepeat <= 0) return;
+    const auto n = static_cast<std::size_t>(nRepeat);
+    Buffer* b = Allocate(n);
+    Traits::assign(b->text, n, ch);
+    Adopt(b, n);
+}
 
 CString& CString::operator=(const char16_t* text) {
-    if (!text) {
-        m_str.clear();
-    } else {
-        m_str.assign(text);  // safe when text points into this string
-    }
+    if (text)
+        Assign(text, Traits::length(text));
+    else
+        Empty();
     return *this;
 }
 
 CString& CString::operator=(char16_t ch) {
-    m_str.assign(1, ch);
+    Assign(&ch, 1);
     return *this;
 }
 
 char16_t CString::GetAt(int nIndex) const {
-    if (nIndex < 0 || static_cast<std::size_t>(nIndex) >= m_str.size())
-        throw CInvalidArgException("CString::GetAt: index out of range");
-    return m_str[static_cast<std::size_t>(nIndex)];
+    if (nIndex < 0 || nIndex >= GetLength()) throw CInvalidArgException("CString::GetAt: index out of range");
+    return m_p->text[nIndex];
 }
 
 void CString::SetAt(int nIndex, char16_t ch) {
-    if (nIndex < 0 || static_cast<std::size_t>(nIndex) >= m_str.size())
-        throw CInvalidArgException("CString::SetAt: index out of range");
-    m_str[static_cast<std::size_t>(nIndex)] = ch;
+    if (nIndex < 0 || nIndex >= GetLength()) throw CInvalidArgException("CString::SetAt: index out of range");
+    MakeUnique()[nIndex] = ch;
 }
 
 int CString::Compare(const char16_t* other) const {
     const std::u16string_view b = other ? std::u16string_view(other) : std::u16string_view();
-    const int c = std::u16string_view(m_str).compare(b);
+    const int c = View().compare(b);
     return c < 0 ? -1 : (c > 0 ? 1 : 0);
 }
 
 int CString::CompareNoCase(const char16_t* other) const {
-    const std::u16string_view b = other ? std::u16string_view(other) : std::u16string_view();
-    const std::size_t n = std::min(m_str.size(), b.size());
+    const std::u16string_view a = View(), b = other ? std::u16string_view(other) : std::u16string_view();
+    const std::size_t n = std::min(a.size(), b.size());
     for (std::size_t i = 0; i < n; ++i) {
-        const char16_t x = AsciiLower(m_str[i]), y = AsciiLower(b[i]);
+        const char16_t x = AsciiLower(a[i]), y = AsciiLower(b[i]);
         if (x != y) return x < y ? -1 : 1;
     }
-    return m_str.size() == b.size() ? 0 : (m_str.size() < b.size() ? -1 : 1);
+    return a.size() == b.size() ? 0 : (a.size() < b.size() ? -1 : 1);
 }
 
 bool CString::operator==(const char16_t* other) const {
-    return other ? std::u16string_view(m_str) == std::u16string_view(other) : m_str.empty();
+    return other ? View() == std::u16string_view(other) : IsEmpty();
 }
 
 CString& CString::operator+=(const CString& other) {
-    m_str += other.m_str;
+    if (!m_p)
+        *this = other;  // nothing to keep: share
+    else if (other.m_p)
+        Splice(m_p->length, 0, other.m_p->text, other.m_p->length);
     return *this;
 }
 
 CString& CString::operator+=(const char16_t* other) {
-    if (other) m_str.append(other);
-    return *this;
-}
-
-CString& CString::operator+=(char16_t ch) {
-    m_str += ch;
+    if (other) Splice(static_cast<std::size_t>(GetLength()), 0, other, Traits::length(other));
     return *this;
 }
 
 int CString::Find(char16_t ch, int nStart) const {
-    if (nStart < 0) nStart = 0;
-    const std::size_t p = m_str.find(ch, static_cast<std::size_t>(nStart));
-    return p == std::u16string::npos ? -1 : static_cast<int>(p);
+    return Position(View().find(ch, static_cast<std::size_t>(std::max(nStart, 0))));
 }
 
 int CString::Find(const char16_t* sub, int nStart) const {
-    if (!sub || nStart < 0 || static_cast<std::size_t>(nStart) > m_str.size()) return -1;
-    const std::size_t p = m_str.find(sub, static_cast<std::size_t>(nStart));
-    return p == std::u16string::npos ? -1 : static_cast<int>(p);
+    if (!sub || nStart < 0 || nStart > GetLength()) return -1;
+    return Position(View().find(sub, static_cast<std::size_t>(nStart)));
 }
 
-int CString::ReverseFind(char16_t ch) const {
-    const std::size_t p = m_str.rfind(ch);
-    return p == std::u16string::npos ? -1 : static_cast<int>(p);
-}
+int CString::ReverseFind(char16_t ch) const { return Position(View().rfind(ch)); }
 
 int CString::FindOneOf(const char16_t* charSet) const {
-    if (!charSet) return -1;
-    const std::size_t p = m_str.find_first_of(charSet);
-    return p == std::u16string::npos ? -1 : static_cast<int>(p);
+    return charSet ? Position(View().find_first_of(charSet)) : -1;
 }
 
 int CString::Replace(const char16_t* oldText, const char16_t* newText) {
     if (!oldText || !*oldText) return 0;
-    const std::u16string from(oldText);
-    const std::u16string to(newText ? newText : u"");
-    int count = 0;
-    std::u16string result;
+    // Both may point into this string: they are read before the old buffer goes.
+    const std::u16string_view text = View(), from(oldText), to(newText ? newText : u"");
+    std::size_t count = 0;
+    for (std::size_t hit = text.find(from); hit != text.npos; hit = text.find(from, hit + from.size())) ++count;
+    if (!count) return 0;
+    const std::size_t newLength = text.size() - count * from.size() + count * to.size();
+    Buffer* b = Allocate(newLength);
+    char16_t* out = b->text;
     std::size_t pos = 0;
-    for (std::size_t hit; (hit = m_str.find(from, pos)) != std::u16string::npos; pos = hit + from.size()) {
-        result.append(m_str, pos, hit - pos);
-        result += to;
-        ++count;
+    for (std::size_t hit; (hit = text.find(from, pos)) != text.npos; pos = hit + from.size()) {
+        out = std::copy(text.data() + pos, text.data() + hit, out);
+        out = std::copy(to.begin(), to.end(), out);
     }
-    if (count) {
-        result.append(m_str, pos, std::u16string::npos);
-        m_str.swap(result);
-    }
-    return count;
+    std::copy(text.data() + pos, text.data() + text.size(), out);
+    Adopt(b, newLength);
+    return static_cast<int>(count);
 }
 
 int CString::Replace(char16_t oldCh, char16_t newCh) {
+    const std::u16string_view text = View();
+    const std::size_t first = text.find(oldCh);
+    if (first == text.npos) return 0;
+    char16_t* t = MakeUnique();
     int count = 0;
-    for (char16_t& c : m_str)
-        if (c == oldCh) {
-            c = newCh;
+    for (std::size_t i = first; i < text.size(); ++i)
+        if (t[i] == oldCh) {
+            t[i] = newCh;
             ++count;
         }
     return count;
 }
 
 int CString::Remove(char16_t ch) {
-    const auto end = std::remove(m_str.begin(), m_str.end(), ch);
-    const int count = static_cast<int>(m_str.end() - end);
-    m_str.erase(end, m_str.end());
-    return count;
+    const std::size_t length = static_cast<std::size_t>(GetLength()), first = View().find(ch);
+    if (first == std::u16string_view::npos) return 0;
+    char16_t* t = MakeUnique();
+    const std::size_t kept = static_cast<std::size_t>(std::remove(t + first, t + length, ch) - t);
+    Adopt(m_p, kept);
+    return static_cast<int>(length - kept);
 }
 
 int CString::Insert(int nIndex, const char16_t* text) {
-    if (text) m_str.insert(Clamp(nIndex, m_str.size()), text);
+    if (text) Splice(Clamp(nIndex, View().size()), 0, text, Traits::length(text));
     return GetLength();
 }
 
 int CString::Insert(int nIndex, char16_t ch) {
-    m_str.insert(Clamp(nIndex, m_str.size()), 1, ch);
+    Splice(Clamp(nIndex, View().size()), 0, &ch, 1);
     return GetLength();
 }
 
 int CString::Delete(int nIndex, int nCount) {
-    const std::size_t from = Clamp(nIndex, m_str.size());
-    if (nCount > 0) m_str.erase(from, static_cast<std::size_t>(nCount));
+    const std::size_t length = View().size(), from = Clamp(nIndex, length);
+    if (nCount > 0) {
+        const std::size_t count = std::min(static_cast<std::size_t>(nCount), length - from);
+        if (count) Splice(from, count, nullptr, 0);
+    }
     return GetLength();
 }
 
-CString CString::Mid(int nFirst) const { return CString(std::u16string_view(m_str).substr(Clamp(nFirst, m_str.size()))); }
+// A sub-string that is the whole string shares its buffer.
+CString CString::Mid(int nFirst) const { return Mid(nFirst, INT_MAX); }
 
 CString CString::Mid(int nFirst, int nCount) const {
-    const std::size_t from = Clamp(nFirst, m_str.size());
-    const std::size_t count = nCount < 0 ? 0 : static_cast<std::size_t>(nCount);
-    return CString(std::u16string_view(m_str).substr(from, count));
+    const std::u16string_view text = View();
+    const std::size_t from = Clamp(nFirst, text.size());
+    const std::size_t count = std::min(nCount < 0 ? 0 : static_cast<std::size_t>(nCount), text.size() - from);
+    return count == text.size() ? *this : CString(text.substr(from, count));
 }
 
-CString CString::Left(int nCount) const { return CString(std::u16string_view(m_str).substr(0, Clamp(nCount, m_str.size()))); }
+CString CString::Left(int nCount) const { return Mid(0, nCount); }
 
 CString CString::Right(int nCount) const {
-    const std::size_t n = Clamp(nCount, m_str.size());
-    return CString(std::u16string_view(m_str).substr(m_str.size() - n));
+    const int n = static_cast<int>(Clamp(nCount, View().size()));
+    return Mid(GetLength() - n, n);
 }
 
 CString& CString::TrimRight() {
-    while (!m_str.empty() && IsSpace(m_str.back())) m_str.pop_back();
+    const std::size_t n = Trailing(View(), IsSpace);
+    Delete(GetLength() - static_cast<int>(n), static_cast<int>(n));
     return *this;
 }
 
 CString& CString::TrimRight(const char16_t* charSet) {
-    while (!m_str.empty() && InSet(m_str.back(), charSet)) m_str.pop_back();
+    const std::size_t n = Trailing(View(), [charSet](char16_t c) { return InSet(c, charSet); });
+    Delete(GetLength() - static_cast<int>(n), static_cast<int>(n));
     return *this;
 }
 
 CString& CString::TrimRight(char16_t ch) {
-    while (!m_str.empty() && m_str.back() == ch) m_str.pop_back();
+    const std::size_t n = Trailing(View(), [ch](char16_t c) { return c == ch; });
+    Delete(GetLength() - static_cast<int>(n), static_cast<int>(n));
     return *this;
 }
 
 CString& CString::TrimLeft() {
-    std::size_t i = 0;
-    while (i < m_str.size() && IsSpace(m_str[i])) ++i;
-    m_str.erase(0, i);
+    Delete(0, static_cast<int>(Leading(View(), IsSpace)));
     return *this;
 }
 
 CString& CString::TrimLeft(const char16_t* charSet) {
-    std::size_t i = 0;
-    while (i < m_str.size() && InSet(m_str[i], charSet)) ++i;
-    m_str.erase(0, i);
+    Delete(0, static_cast<int>(Leading(View(), [charSet](char16_t c) { return InSet(c, charSet); })));
     return *this;
 }
 
 CString& CString::TrimLeft(char16_t ch) {
-    std::size_t i = 0;
-    while (i < m_str.size() && m_str[i] == ch) ++i;
-    m_str.erase(0, i);
+    Delete(0, static_cast<int>(Leading(View(), [ch](char16_t c) { return c == ch; })));
     return *this;
 }
 
@@ -444,26 +558,39 @@ CString& CString::Trim() {
 }
 
 CString& CString::MakeUpper() {
-    for (char16_t& c : m_str) c = AsciiUpper(c);
+    MapUnits(AsciiUpper);
     return *this;
 }
 
 CString& CString::MakeLower() {
-    for (char16_t& c : m_str) c = AsciiLower(c);
+    MapUnits(AsciiLower);
     return *this;
 }
 
-std::string CString::ToUtf8() const { return EncodeUtf8(m_str); }
+std::string CString::ToUtf8() const { return EncodeUtf8(View()); }
 
-CString CString::FromUtf8(std::string_view utf8) { return CString(DecodeUtf8(utf8)); }
+CString CString::FromUtf8(std::string_view utf8) {
+    CString s;
+    if (utf8.empty()) return s;
+    Buffer* b = Allocate(utf8.size());
+    s.Adopt(b, DecodeUtf8(utf8, b->text));
+    // Text mostly outside ASCII decodes to far fewer code units than bytes: keep only what it needs.
+    if (static_cast<std::size_t>(s.GetLength()) * 4 < utf8.size() * 3) s = CString(s.View());
+    return s;
+}
 
-void CString::FormatList(const char16_t* format, const tw::detail::FormatArg* args, std::size_t count) {
-    std::u16string out;
+void CString::FormatList(const char16_t* format, const tw::detail::FormatArg* args, std::size_t count, bool append) {
+    char arena[2048];
+    std::pmr::monotonic_buffer_resource memory(arena, sizeof arena);
+    FormatText out(&memory);
+    out.reserve(256);
     std::size_t next = 0;
     const char16_t* p = format ? format : u"";
     while (*p) {
         if (*p != u'%') {
-            out += *p++;
+            const char16_t* literal = p;
+            while (*p && *p != u'%') ++p;
+            out.append(literal, p);
             continue;
         }
         ++p;
@@ -501,7 +628,8 @@ void CString::FormatList(const char16_t* format, const tw::detail::FormatArg* ar
         ++p;
         if (next < count) AppendConversion(out, cv, args[next++]);
     }
-    m_str.swap(out);
+    // The format and the arguments may point into this string: they are read by now.
+    Splice(append ? View().size() : 0, append ? 0 : View().size(), out.data(), out.size());
 }
 
 CString operator+(const CString& a, const CString& b) {
@@ -515,8 +643,8 @@ CString operator+(const CString& a, const char16_t* b) {
     return r;
 }
 CString operator+(const char16_t* a, const CString& b) {
-    CString r(a);
-    r += b;
+    CString r(b);
+    r.Insert(0, a);
     return r;
 }
 CString operator+(const CString& a, char16_t b) {
@@ -525,8 +653,8 @@ CString operator+(const CString& a, char16_t b) {
     return r;
 }
 CString operator+(char16_t a, const CString& b) {
-    CString r(a);
-    r += b;
+    CString r(b);
+    r.Insert(0, a);
     return r;
 }
 CString operator+(CString&& a, const CString& b) {

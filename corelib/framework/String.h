@@ -1,14 +1,18 @@
 // CString: the wide string of every interface of the platform.
 //
 // A value type over UTF-16 code units (char16_t). Lengths, positions and
-// comparisons count code units, as the platform always has. An empty string
-// allocates nothing. Not thread-safe: one object belongs to one thread at a
-// time, copies are independent.
+// comparisons count code units, as the platform always has. One pointer wide:
+// copies share one counted buffer and the first change to a copy gives it a
+// private one (copy on write). An empty string holds no buffer. One object
+// belongs to one thread at a time, but copies of one text may be read and
+// changed on different threads at once.
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -29,6 +33,14 @@ struct FormatArg {
     const char* text8 = nullptr;
 };
 
+// The text of a non-empty CString: one block, the code units after the counts.
+struct StringBuffer {
+    uint32_t length;                 // code units, without the terminator
+    uint32_t capacity;               // code units the tail holds, without the terminator
+    std::atomic<uint32_t> refs;      // CString objects sharing this block
+    char16_t text[];                 // length code units, then 0
+};
+
 }  // namespace tw::detail
 
 class CString {
@@ -37,23 +49,38 @@ public:
     CString(const char16_t* text);            // zero-terminated UTF-16; null is empty
     CString(const char* utf8);                // read as UTF-8; bad sequences become U+FFFD
     CString(const std::u16string& text);
-    CString(std::u16string&& text) noexcept;
+    CString(std::u16string&& text);
     CString(std::u16string_view text);
     CString(const char16_t* text, int nLength);
     explicit CString(char16_t ch, int nRepeat = 1);
-    CString(const CString&) = default;
-    CString(CString&&) noexcept = default;
-    ~CString() = default;
-    CString& operator=(const CString&) = default;
-    CString& operator=(CString&&) noexcept = default;
+    // Copies share the buffer: no allocation, no copy of the text.
+    CString(const CString& other) noexcept : m_p(other.m_p) {
+        if (m_p) m_p->refs.fetch_add(1, std::memory_order_relaxed);
+    }
+    CString(CString&& other) noexcept : m_p(other.m_p) { other.m_p = nullptr; }
+    ~CString() { Release(m_p); }
+    CString& operator=(const CString& other) noexcept {
+        if (other.m_p) other.m_p->refs.fetch_add(1, std::memory_order_relaxed);
+        Release(m_p);
+        m_p = other.m_p;
+        return *this;
+    }
+    CString& operator=(CString&& other) noexcept {
+        if (this != &other) {
+            Release(m_p);
+            m_p = other.m_p;
+            other.m_p = nullptr;
+        }
+        return *this;
+    }
     CString& operator=(const char16_t* text);
     CString& operator=(char16_t ch);
 
     // Zero-terminated code units; valid until the string next changes.
-    operator const char16_t*() const { return m_str.c_str(); }
+    operator const char16_t*() const { return m_p ? m_p->text : u""; }
 
-    int GetLength() const { return static_cast<int>(m_str.size()); }
-    int IsEmpty() const { return m_str.empty() ? 1 : 0; }
+    int GetLength() const { return m_p ? static_cast<int>(m_p->length) : 0; }
+    int IsEmpty() const { return m_p ? 0 : 1; }
     // Out of range: CInvalidArgException.
     char16_t GetAt(int nIndex) const;
     char16_t operator[](int nIndex) const { return GetAt(nIndex); }
@@ -63,19 +90,22 @@ public:
     // The same, with ASCII letters folded to lower case.
     int CompareNoCase(const char16_t* other) const;
 
-    bool operator==(const CString& other) const { return m_str == other.m_str; }
+    bool operator==(const CString& other) const { return m_p == other.m_p || View() == other.View(); }
     bool operator==(const char16_t* other) const;
-    bool operator!=(const CString& other) const { return m_str != other.m_str; }
+    bool operator!=(const CString& other) const { return !(*this == other); }
     bool operator!=(const char16_t* other) const { return !(*this == other); }
-    bool operator<(const CString& other) const { return m_str < other.m_str; }
+    bool operator<(const CString& other) const { return View() < other.View(); }
     bool operator<(const char16_t* other) const { return Compare(other) < 0; }
-    bool operator>(const CString& other) const { return other.m_str < m_str; }
-    bool operator<=(const CString& other) const { return !(other.m_str < m_str); }
-    bool operator>=(const CString& other) const { return !(m_str < other.m_str); }
+    bool operator>(const CString& other) const { return other.View() < View(); }
+    bool operator<=(const CString& other) const { return !(other.View() < View()); }
+    bool operator>=(const CString& other) const { return !(View() < other.View()); }
 
     CString& operator+=(const CString& other);
     CString& operator+=(const char16_t* other);
-    CString& operator+=(char16_t ch);
+    CString& operator+=(char16_t ch) {
+        Splice(static_cast<std::size_t>(GetLength()), 0, &ch, 1);
+        return *this;
+    }
 
     // Position of the first match at or after nStart, or -1.
     int Find(char16_t ch, int nStart = 0) const;
@@ -110,7 +140,10 @@ public:
     // ASCII case mapping; other code units are left alone.
     CString& MakeUpper();
     CString& MakeLower();
-    void Empty() { m_str.clear(); m_str.shrink_to_fit(); }
+    void Empty() {
+        Release(m_p);
+        m_p = nullptr;
+    }
 
     // Type-safe printf: %s %d %i %u %x %X %o %I64d %ld %lld %f %e %g %c %%, with flags,
     // width and precision. Numbers come out as C's printf writes them; an integer
@@ -119,31 +152,79 @@ public:
     template <class... Args>
     void Format(const char16_t* format, const Args&... args) {
         const std::array<tw::detail::FormatArg, sizeof...(Args)> list{MakeFormatArg(args)...};
-        FormatList(format, list.data(), list.size());
+        FormatList(format, list.data(), list.size(), false);
     }
     template <class... Args>
     void AppendFormat(const char16_t* format, const Args&... args) {
-        CString tail;
-        tail.Format(format, args...);
-        *this += tail;
+        const std::array<tw::detail::FormatArg, sizeof...(Args)> list{MakeFormatArg(args)...};
+        FormatList(format, list.data(), list.size(), true);
     }
 
-    // Access to the code units for modern code.
-    const std::u16string& Str() const { return m_str; }
-    std::u16string_view View() const { return m_str; }
+    // Access to the code units for modern code; the view lives as long as the pointer above.
+    std::u16string Str() const { return std::u16string(View()); }
+    std::u16string_view View() const {
+        return m_p ? std::u16string_view(m_p->text, m_p->length) : std::u16string_view();
+    }
     // The text as UTF-8; an unpaired surrogate becomes U+FFFD.
     std::string ToUtf8() const;
     // Reads UTF-8; each bad sequence becomes one U+FFFD.
     static CString FromUtf8(std::string_view utf8);
 
 private:
-    void FormatList(const char16_t* format, const tw::detail::FormatArg* args, std::size_t count);
+    using Buffer = tw::detail::StringBuffer;
+
+    // The last owner frees the block; a count of 1 is ours alone, so no one can
+    // raise it meanwhile and the decrement can be skipped.
+    static void Release(Buffer* p) noexcept {
+        if (p && (p->refs.load(std::memory_order_acquire) == 1 ||
+                  p->refs.fetch_sub(1, std::memory_order_acq_rel) == 1))
+            Free(p);
+    }
+    static void Free(Buffer* p) noexcept;
+    static Buffer* Allocate(std::size_t capacity);
+    // A new buffer holding just the n code units of text (n > 0).
+    static Buffer* Copy(const char16_t* text, std::size_t n);
+    // Takes over b, holding length code units (0: b is freed and the string is empty).
+    void Adopt(Buffer* b, std::size_t length) noexcept;
+    // The text, private to this object (copied first when shared); not for an empty string.
+    char16_t* MakeUnique();
+    // Replaces count code units at pos by n code units of text: every edit of the
+    // length goes through here. Text may point into this string. Inline, so that
+    // appending a character costs a few instructions.
+    void Splice(std::size_t pos, std::size_t count, const char16_t* text, std::size_t n) {
+        Buffer* const old = m_p;
+        const std::size_t length = old ? old->length : 0, newLength = length - count + n;
+        // In place when the buffer is ours, the result fits and is not empty (newLength - 1
+        // wraps at 0), and the text is not from this buffer (an edit in place could
+        // overwrite it before reading it).
+        const std::less_equal<const char16_t*> le{};
+        if (old && newLength - 1 < old->capacity && old->refs.load(std::memory_order_acquire) == 1 &&
+            !(n && le(old->text, text) && le(text, old->text + old->capacity))) {
+            char16_t* t = old->text;
+            if (pos + count != length && n != count)
+                std::char_traits<char16_t>::move(t + pos + n, t + pos + count, length - pos - count);
+            if (n == 1)
+                t[pos] = *text;
+            else
+                std::char_traits<char16_t>::copy(t + pos, text, n);
+            t[newLength] = 0;
+            old->length = static_cast<uint32_t>(newLength);
+        } else if (count || n) {  // no change: a shared buffer stays shared
+            Reallocate(pos, count, text, n);
+        }
+    }
+    // Splice into a new buffer, the old one released after the copy.
+    void Reallocate(std::size_t pos, std::size_t count, const char16_t* text, std::size_t n);
+    // Maps each code unit, making the buffer private only when one changes.
+    void MapUnits(char16_t (*map)(char16_t));
+    void Assign(const char16_t* text, std::size_t n) { Splice(0, static_cast<std::size_t>(GetLength()), text, n); }
+    void FormatList(const char16_t* format, const tw::detail::FormatArg* args, std::size_t count, bool append);
 
     static tw::detail::FormatArg MakeFormatArg(const CString& s) {
         tw::detail::FormatArg a;
         a.kind = tw::detail::FormatArg::Kind::Text16;
-        a.text16 = s.m_str.c_str();
-        a.length = s.m_str.size();
+        a.text16 = s;
+        a.length = static_cast<std::size_t>(s.GetLength());
         return a;
     }
     static tw::detail::FormatArg MakeFormatArg(const std::u16string& s) {
@@ -211,8 +292,11 @@ private:
         return a;
     }
 
-    std::u16string m_str;
+    Buffer* m_p = nullptr;
 };
+
+// Every value of the library holds several strings: one pointer keeps them small.
+static_assert(sizeof(CString) == sizeof(void*));
 
 CString operator+(const CString& a, const CString& b);
 CString operator+(const CString& a, const char16_t* b);
@@ -227,5 +311,5 @@ std::ostream& operator<<(std::ostream& os, const CString& s);
 
 template <>
 struct std::hash<CString> {
-    std::size_t operator()(const CString& s) const noexcept { return std::hash<std::u16string>{}(s.Str()); }
+    std::size_t operator()(const CString& s) const noexcept { return std::hash<std::u16string_view>{}(s.View()); }
 };

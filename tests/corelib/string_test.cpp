@@ -3,10 +3,15 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <limits>
+#include <memory>
 #include <string>
+#include <thread>
 #include <utility>
+#include <vector>
 
+#include "corelib/alloc_counter.h"
 #include "corelib/framework/InvalidArgException.h"
 #include "corelib/framework/String.h"
 
@@ -121,6 +126,121 @@ TEST(StringEditing, Operations) {
     EXPECT_EQ(cmp[2], u'c');
     EXPECT_THROW(cmp.GetAt(3), CInvalidArgException);
     EXPECT_THROW(cmp.GetAt(-1), CInvalidArgException);
+}
+
+const char16_t* Text(const CString& s) { return s; }
+
+// Copies share the text and allocate nothing; the empty string holds no buffer.
+TEST(StringSharing, Allocations) {
+    const CString source(u"shared text");
+    const struct {
+        const char* what;
+        long most;   // allocations
+        std::function<CString()> make;
+        bool shares;  // the result's text is source's
+    } rows[] = {
+        {"copy", 0, [&] { return CString(source); }, true},
+        {"assignment", 0, [&] { CString s; s = source; return s; }, true},
+        {"move of a copy", 0, [&] { CString s(source); return CString(std::move(s)); }, true},
+        {"+= to an empty string", 0, [&] { CString s; s += source; return s; }, true},
+        {"whole Mid", 0, [&] { return source.Mid(0); }, true},
+        {"literal", 1, [] { return CString(u"literal"); }, false},
+        {"UTF-8 literal", 1, [] { return CString("literal"); }, false},
+        {"1000 appends of a character", 12, [] { CString s; for (int i = 0; i < 1000; ++i) s += u'x'; return s; }, false},
+        {"empty", 0, [] { return CString(u""); }, false},
+        {"empty from std", 0, [] { return CString(std::u16string()); }, false},
+    };
+    for (const auto& row : rows) {
+        const long before = AllocationCount();
+        const CString s = row.make();
+        EXPECT_LE(AllocationCount() - before, row.most) << row.what;
+        EXPECT_EQ(Text(s) == Text(source), row.shares) << row.what;
+    }
+    CString edited(u"ab");
+    edited.Delete(0, 2);
+    for (const CString& empty : {CString(), CString(u""), CString(""), CString(u'x', 0), edited})
+        EXPECT_EQ(Text(empty), Text(CString()));
+}
+
+// The first change to a copy gives it its own text: the original stays as it was.
+// Each change also runs on a string whose own text is its argument.
+TEST(StringSharing, CopyOnWrite) {
+    const std::u16string kText = u" Mixed, text. ";
+    const struct {
+        const char* what;
+        std::function<void(CString&)> change;
+        std::u16string copy, self;  // the copy after the change; the change with s as its argument
+    } rows[] = {
+        {"+= string", [](CString& s) { s += CString(s); }, kText + kText, kText + kText},
+        {"+= text", [](CString& s) { s += Text(s) + 8; }, kText + u"text. ", kText + u"text. "},
+        {"+= char", [](CString& s) { s += u'!'; }, kText + u"!", kText + u"!"},
+        {"= text", [](CString& s) { s = Text(s) + 1; }, u"Mixed, text. ", u"Mixed, text. "},
+        {"= char", [](CString& s) { s = u'c'; }, u"c", u"c"},
+        {"Replace text", [](CString& s) { s.Replace(Text(s) + 8, Text(s) + 1); }, u" Mixed, Mixed, text. ",
+         u" Mixed, Mixed, text. "},
+        {"Replace char", [](CString& s) { s.Replace(u'x', u'y'); }, u" Miyed, teyt. ", u" Miyed, teyt. "},
+        {"Remove", [](CString& s) { s.Remove(u' '); }, u"Mixed,text.", u"Mixed,text."},
+        {"Insert text", [](CString& s) { s.Insert(2, Text(s) + 8); }, u" Mtext. ixed, text. ", u" Mtext. ixed, text. "},
+        {"Insert char", [](CString& s) { s.Insert(0, u'>'); }, u">" + kText, u">" + kText},
+        {"Delete", [](CString& s) { s.Delete(1, 7); }, u" text. ", u" text. "},
+        {"SetAt", [](CString& s) { s.SetAt(1, u'm'); }, u" mixed, text. ", u" mixed, text. "},
+        {"Trim", [](CString& s) { s.Trim(); }, u"Mixed, text.", u"Mixed, text."},
+        {"TrimRight set", [](CString& s) { s.TrimRight(u" ."); }, u" Mixed, text", u" Mixed, text"},
+        {"TrimLeft char", [](CString& s) { s.TrimLeft(u' '); }, u"Mixed, text. ", u"Mixed, text. "},
+        {"MakeUpper", [](CString& s) { s.MakeUpper(); }, u" MIXED, TEXT. ", u" MIXED, TEXT. "},
+        {"MakeLower", [](CString& s) { s.MakeLower(); }, u" mixed, text. ", u" mixed, text. "},
+        {"Format", [](CString& s) { s.Format(u"%s|%s", s, Text(s) + 8); }, kText + u"|text. ", kText + u"|text. "},
+        {"AppendFormat", [](CString& s) { s.AppendFormat(u"%d%s", 1, s); }, kText + u"1" + kText, kText + u"1" + kText},
+        {"Empty", [](CString& s) { s.Empty(); }, u"", u""},
+    };
+    for (const auto& row : rows) {
+        const CString original(kText);
+        const char16_t* text = original;
+        CString copy(original);
+        row.change(copy);
+        EXPECT_EQ(copy.View(), row.copy) << row.what;
+        EXPECT_EQ(original.View(), kText) << row.what;
+        EXPECT_EQ(Text(original), text) << row.what;
+        // Alone in a buffer with room to spare, so that the change could be made in place.
+        CString self(kText);
+        self += std::u16string(40, u'-').c_str();
+        self.Delete(kText.size(), 40);
+        row.change(self);
+        EXPECT_EQ(self.View(), row.self) << row.what;
+    }
+}
+
+// Threads copy one text, compare and read the copies and change their own,
+// while the last owner of the text, on any thread, frees it.
+TEST(StringConcurrency, CopiesOfOneTextOnManyThreads) {
+    constexpr int kThreads = 4, kRounds = 2000;
+    const std::u16string expected = u"the cache's value";
+    auto original = std::make_unique<CString>(expected);
+    std::vector<int> failures(kThreads, 0);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t)
+        threads.emplace_back([&failures, &expected, t, mine = *original]() mutable {
+            const char16_t mark = static_cast<char16_t>(u'a' + t);
+            for (int r = 0; r < kRounds; ++r) {
+                CString copy(mine);
+                const CString other = copy;
+                bool ok = copy == other && other == expected.c_str() && copy.Compare(Text(mine)) == 0 &&
+                          std::hash<CString>{}(copy) == std::hash<std::u16string>{}(expected);
+                copy += mark;
+                copy.MakeUpper();
+                ok = ok && copy.Right(1) == CString(static_cast<char16_t>(mark - 32)) && other.View() == expected &&
+                     mine.Mid(4, 5) == u"cache";
+                if (r % 100 == 99) mine = CString(copy.Left(static_cast<int>(expected.size()))).MakeLower();
+                failures[t] += ok ? 0 : 1;
+            }
+            mine += mark;  // in place once the other threads let go
+            failures[t] += mine.View() == expected + mark ? 0 : 1;
+        });
+    original.reset();
+    for (std::thread& thread : threads)
+        thread.join();
+    for (int t = 0; t < kThreads; ++t)
+        EXPECT_EQ(failures[t], 0) << "thread " << t;
 }
 
 }  // namespace

@@ -82,7 +82,7 @@ double TextToDouble(const char16_t* text, int length) {
 // caller passes reads as the end of the text instead of outside the buffer.
 class CJsonReader {
 public:
-    explicit CJsonReader(const CString& json) : m_text(json.Str().c_str()), m_nLength(json.GetLength()) {}
+    explicit CJsonReader(const CString& json) : m_text(json), m_nLength(json.GetLength()) {}
 
     bool HasChar(int i) const { return static_cast<unsigned>(i) < static_cast<unsigned>(m_nLength); }
 
