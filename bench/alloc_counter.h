@@ -8,5 +8,7 @@ namespace bench {
 
 // Allocations made so far by operator new in this process.
 std::size_t AllocationCount();
+// Bytes those allocations asked for, so far.
+std::size_t AllocatedBytes();
 
 }  // namespace bench

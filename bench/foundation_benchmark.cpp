@@ -2,10 +2,12 @@
 // std::unordered_map<std::u16string, ...> on the same keys: cost per
 // insertion, lookup and removal at 1k and 1M entries. The growth from 1k to
 // 1M shows whether a map stays O(1) (cache misses alone make every hash
-// table slower at 1M). Also: allocations of empty objects.
+// table slower at 1M). Also: allocations of empty objects, and what a map of
+// two pairs holds.
 #include <benchmark/benchmark.h>
 
 #include <string>
+#include <type_traits>
 #include <unordered_map>
 #include <vector>
 
@@ -117,6 +119,34 @@ BENCHMARK_TEMPLATE(EmptyObjectAllocations, CXML);
 BENCHMARK_TEMPLATE(EmptyObjectAllocations, CSnmpPdu);
 BENCHMARK_TEMPLATE(EmptyObjectAllocations, CSnmpVarBind);
 BENCHMARK_TEMPLATE(EmptyObjectAllocations, CIntegerEnum);
+
+// Allocations and bytes a map of two short pairs holds (the keys and values
+// themselves allocate nothing): most maps are a row or a coordinate pair.
+using ElementMap = CMap<CString, const char16_t*, void*, void*>;
+using OrderMap = CMap<int, int, CString, const char16_t*>;
+template <class Map>
+void SmallMapHeld(benchmark::State& state) {
+    std::size_t allocations = 0, bytes = 0;
+    for (auto _ : state) {
+        Map map;
+        const std::size_t allocationsBefore = bench::AllocationCount(), bytesBefore = bench::AllocatedBytes();
+        if constexpr (std::is_same_v<Map, ElementMap>) {
+            map[u"x"] = &map;
+            map[u"y"] = &map;
+        } else {
+            map[0] = u"x";
+            map[1] = u"y";
+        }
+        allocations += bench::AllocationCount() - allocationsBefore;
+        bytes += bench::AllocatedBytes() - bytesBefore;
+        benchmark::DoNotOptimize(&map);
+    }
+    const auto n = static_cast<double>(state.iterations());
+    state.counters["allocs_per_map"] = static_cast<double>(allocations) / n;
+    state.counters["bytes_per_map"] = static_cast<double>(bytes) / n;
+}
+BENCHMARK_TEMPLATE(SmallMapHeld, ElementMap);
+BENCHMARK_TEMPLATE(SmallMapHeld, OrderMap);
 
 }  // namespace
 

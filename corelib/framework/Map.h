@@ -2,14 +2,21 @@
 //
 // The bucket count (17 until InitHashTable sets another) never changes by
 // itself, and it alone decides the walk order: buckets ascending, and within
-// a bucket from the chain's head, so the newest node first. While the chains
-// are short (at most two nodes a bucket on average) a lookup walks its chain;
-// past that the map builds a private index (open addressing over the nodes'
-// full hashes, grown as the map grows), so Lookup, operator[], SetAt and
-// RemoveKey cost O(1) on average however long the chains get. Nodes come from
-// blocks that double from 2 nodes up to nBlockSize, so a map of a few pairs
-// stays small, and go back to a free list; removing the last node releases
-// everything (RemoveAll). An empty map allocates nothing.
+// a bucket from the chain's head, so the newest node first.
+//
+// The object is its virtual table pointer and one word. An empty map has no
+// body and allocates nothing: the word then holds the bucket count and the
+// block cap, tagged by its low bit. The first pair allocates the body: a
+// header and the first two node slots in one allocation. Up to eight pairs
+// the body keeps no bucket table: the nodes form one list in walk order, so a
+// lookup scans a few nodes and an insertion goes before the first node of a
+// later bucket. The ninth pair cuts that list into bucket chains under a real
+// table; once the chains average more than two nodes the map also builds a
+// private index (open addressing over the nodes' full hashes, grown as the
+// map grows), so Lookup, operator[], SetAt and RemoveKey cost O(1) on average
+// however long the chains get. Further nodes come from blocks that double
+// from 4 nodes up to nBlockSize, and go back to a free list; removing the
+// last node releases everything (RemoveAll). Nodes never move.
 //
 // Pointers to pairs (PLookup, PGetFirstAssoc) and positions stay valid until
 // that pair is removed. Not thread-safe: one map belongs to one thread at a time.
@@ -22,7 +29,6 @@
 #include <new>
 #include <type_traits>
 #include <utility>
-#include <vector>
 
 #include "corelib/framework/InvalidArgException.h"
 #include "corelib/framework/String.h"
@@ -76,26 +82,56 @@ public:
         VALUE value;
     };
 
+private:
+    // A key whose hash is a few instructions away is not worth four bytes a
+    // node; text keys keep their hash, as recomputing it reads the whole text.
+    static constexpr bool kStoreHash =
+        !(std::is_same_v<std::remove_cvref_t<ARG_KEY>, KEY> &&
+          (std::is_arithmetic_v<KEY> || std::is_enum_v<KEY> ||
+           (std::is_pointer_v<KEY> && !std::is_same_v<std::remove_cv_t<std::remove_pointer_t<KEY>>, char16_t>)));
+    struct StoredHash {
+        unsigned int nHashValue;
+    };
+    struct NoHash {};
+
 protected:
-    // A node: the pair, its chain links and its full hash.
+    // A node: the pair, its links and, for text keys, its full hash. While the
+    // map is small the links chain every node in walk order; after that they
+    // chain the nodes of one bucket.
     struct CAssoc : CPair {
-        CAssoc(ARG_KEY k, unsigned int hash) : CPair{KEY(k), VALUE()}, nHashValue(hash) {}
+        CAssoc(ARG_KEY k, unsigned int hash) : CPair{KEY(k), VALUE()} {
+            if constexpr (kStoreHash) stored.nHashValue = hash;
+            else (void)hash;
+        }
+        unsigned int Hash() const {
+            if constexpr (kStoreHash) return stored.nHashValue;
+            else return tw::detail::HashOf(this->key);
+        }
         CAssoc* pNext = nullptr;
         CAssoc* pPrev = nullptr;
-        unsigned int nHashValue;
+        [[no_unique_address]] std::conditional_t<kStoreHash, StoredHash, NoHash> stored;
     };
 
 public:
     static constexpr unsigned int DEFAULT_HASH_TABLE_SIZE = 17;
 
-    explicit CMap(intptr_t nBlockSize = 10) : m_nBlockSize(nBlockSize > 0 ? nBlockSize : 10) {}
+    explicit CMap(intptr_t nBlockSize = 10)
+        : m_word(Tagged(DEFAULT_HASH_TABLE_SIZE,
+                        nBlockSize > 0 ? static_cast<unsigned int>(std::min<intptr_t>(nBlockSize, kMaxBlockSize)) : 10u)) {}
     CMap(const CMap&) = delete;
     CMap& operator=(const CMap&) = delete;
-    virtual ~CMap() { RemoveAll(); }
+    virtual ~CMap() {
+        // CVariableArray holds two maps and every value holds an array: with its int cursor and second map it fits in 40 bytes.
+        static_assert(sizeof(CMap) == 16);
+        RemoveAll();
+    }
 
-    intptr_t GetCount() const { return m_nCount; }
-    intptr_t GetSize() const { return m_nCount; }
-    int IsEmpty() const { return m_nCount == 0 ? 1 : 0; }
+    intptr_t GetCount() const {
+        const Body* body = GetBody();
+        return body ? body->nCount : 0;
+    }
+    intptr_t GetSize() const { return GetCount(); }
+    int IsEmpty() const { return GetBody() ? 0 : 1; }
 
     // 1 and the value if the key is present; else 0 and rValue untouched.
     int Lookup(ARG_KEY key, VALUE& rValue) const {
@@ -122,33 +158,23 @@ public:
     }
     // Removes every pair and releases all memory; the bucket count stays.
     void RemoveAll() {
-        if (m_pHashTable) {
-            for (unsigned int b = 0; b < m_nHashTableSize; ++b)
-                for (CAssoc* p = m_pHashTable[b]; p;) {
-                    CAssoc* next = p->pNext;
-                    p->~CAssoc();
-                    p = next;
-                }
+        Body* body = GetBody();
+        if (!body) return;
+        if (!body->bBig) {
+            DestroyChain(body->pHead);
+        } else {
+            CAssoc** table = body->pTable;
+            for (unsigned int b = 0; b < body->nHashTableSize; ++b) DestroyChain(table[b]);
         }
-        m_pHashTable.reset();
-        m_index.reset();
-        m_nIndexCapacity = 0;
-        while (m_pBlocks) {
-            Slot* next = m_pBlocks->nextBlock;
-            delete[] m_pBlocks;
-            m_pBlocks = next;
-        }
-        m_nNextBlockSize = 0;
-        m_pFreeList = nullptr;
-        m_nCount = 0;
+        ReleaseBody(body);
     }
 
     // Walk: buckets ascending, newest node first within a bucket.
     POSITION GetStartPosition() const { return reinterpret_cast<POSITION>(const_cast<CAssoc*>(First())); }
     // Hands out the pair at rNextPosition and moves it on, to null after the last
-    // pair. A null position or a map without buckets: CInvalidArgException.
+    // pair. A null position or an empty map: CInvalidArgException.
     void GetNextAssoc(POSITION& rNextPosition, KEY& rKey, VALUE& rValue) const {
-        if (!rNextPosition || !m_pHashTable) throw CInvalidArgException("CMap::GetNextAssoc: no position");
+        if (!rNextPosition || !GetBody()) throw CInvalidArgException("CMap::GetNextAssoc: no position");
         const CAssoc* pAssoc = reinterpret_cast<const CAssoc*>(rNextPosition);
         rKey = pAssoc->key;
         rValue = pAssoc->value;
@@ -163,179 +189,344 @@ public:
         return pAssoc ? const_cast<CAssoc*>(Next(static_cast<const CAssoc*>(pAssoc))) : nullptr;
     }
 
-    unsigned int GetHashTableSize() const { return m_nHashTableSize; }
-    // Sets the bucket count (0 is refused with CInvalidArgException), allocating
-    // the buckets now when bAllocNow. Pairs already held are re-chained: each
-    // new bucket keeps them in the order the old walk met them.
-    void InitHashTable(unsigned int hashSize, int bAllocNow = 1) {
+    unsigned int GetHashTableSize() const {
+        const Body* body = GetBody();
+        return body ? body->nHashTableSize : static_cast<unsigned int>(m_word >> 32);
+    }
+    // Sets the bucket count (0 is refused with CInvalidArgException). Pairs
+    // already held are re-chained: each new bucket keeps them in the order the
+    // old walk met them. bAllocNow changes nothing: the buckets come with the
+    // pairs that need them.
+    void InitHashTable(unsigned int hashSize, [[maybe_unused]] int bAllocNow = 1) {
         if (hashSize == 0) throw CInvalidArgException("CMap::InitHashTable: no buckets");
-        if (m_nCount == 0) {
-            m_pHashTable.reset();
-            m_nHashTableSize = hashSize;
-            if (bAllocNow) AllocTable();
-            return;
+        Body* body = GetBody();
+        if (!body) {
+            m_word = Tagged(hashSize, static_cast<unsigned int>(m_word >> 1) & kMaxBlockSize);
+        } else if (!body->bBig) {
+            body->nHashTableSize = hashSize;
+            SortSmall(*body);
+        } else {
+            Rechain(*body, hashSize);
         }
-        std::unique_ptr<CAssoc*[]> old = std::move(m_pHashTable);
-        const unsigned int oldSize = m_nHashTableSize;
-        m_nHashTableSize = hashSize;
-        AllocTable();
-        std::unique_ptr<CAssoc*[]> tails(new CAssoc*[hashSize]());
-        for (unsigned int b = 0; b < oldSize; ++b)
-            for (CAssoc* p = old[b]; p;) {
-                CAssoc* next = p->pNext;
-                const unsigned int nb = p->nHashValue % hashSize;
-                p->pNext = nullptr;
-                p->pPrev = tails[nb];
-                (tails[nb] ? tails[nb]->pNext : m_pHashTable[nb]) = p;
-                tails[nb] = p;
-                p = next;
-            }
     }
 
 protected:
     // The node of a key, with its bucket and full hash; null if absent.
     CAssoc* GetAssocAt(ARG_KEY key, unsigned int& nHashBucket, unsigned int& nHashValue) const {
         nHashValue = tw::detail::HashOf(key);
-        nHashBucket = nHashValue % m_nHashTableSize;
+        nHashBucket = nHashValue % GetHashTableSize();
         return Find(key, nHashValue);
     }
     // A new node for the key at the head of its bucket, with a default value.
-    CAssoc* NewAssoc(ARG_KEY key, unsigned int hash) {
-        if (!m_pHashTable) AllocTable();
-        if (!m_pFreeList) AddBlock();
-        IndexReserve(m_nCount + 1);
-        Slot* slot = m_pFreeList;
-        Slot* nextFree = slot->nextFree;
-        CAssoc* pAssoc = ::new (static_cast<void*>(&slot->node)) CAssoc(key, hash);  // may throw: the slot stays free
-        m_pFreeList = nextFree;
-        const unsigned int b = hash % m_nHashTableSize;
-        pAssoc->pNext = m_pHashTable[b];
-        if (pAssoc->pNext) pAssoc->pNext->pPrev = pAssoc;
-        m_pHashTable[b] = pAssoc;
-        IndexInsert(pAssoc);
-        ++m_nCount;
+    // Inlined: as a call it cost an insertion some twenty instructions more.
+    [[gnu::always_inline]] CAssoc* NewAssoc(ARG_KEY key, unsigned int hash) {
+        Body* body = GetBody();
+        if (!body) {
+            body = CreateBody();
+        } else {
+            if (!body->pFreeList) AddBlock(*body);
+            if (!body->bBig && body->nCount >= kSmallMax) MakeBig(*body);
+            if (body->bBig) IndexReserve(*body, body->nCount + 1);
+        }
+        FreeSlot* slot = body->pFreeList;
+        FreeSlot* nextFree = slot->pNext;
+        CAssoc* pAssoc;
+        try {
+            pAssoc = ::new (static_cast<void*>(slot)) CAssoc(key, hash);
+        } catch (...) {
+            ::new (static_cast<void*>(slot)) FreeSlot{nextFree};   // the key may have overwritten the link
+            if (body->nCount == 0) ReleaseBody(body);
+            throw;
+        }
+        body->pFreeList = nextFree;
+        if (!body->bBig) {
+            LinkSmall(*body, pAssoc, hash % body->nHashTableSize);
+        } else {
+            CAssoc*& head = body->pTable[hash % body->nHashTableSize];
+            pAssoc->pNext = head;
+            if (head) head->pPrev = pAssoc;
+            head = pAssoc;
+            IndexInsert(*body, pAssoc);
+        }
+        ++body->nCount;
         return pAssoc;
     }
     // Unlinks and destroys a node; the last one out releases everything.
     void FreeAssoc(CAssoc* pAssoc) {
-        IndexErase(pAssoc);
+        Body* body = GetBody();
+        if (body->bBig) IndexErase(*body, pAssoc);
         if (pAssoc->pPrev) pAssoc->pPrev->pNext = pAssoc->pNext;
-        else m_pHashTable[pAssoc->nHashValue % m_nHashTableSize] = pAssoc->pNext;
+        else if (!body->bBig) body->pHead = pAssoc->pNext;
+        else body->pTable[pAssoc->Hash() % body->nHashTableSize] = pAssoc->pNext;
         if (pAssoc->pNext) pAssoc->pNext->pPrev = pAssoc->pPrev;
         pAssoc->~CAssoc();
-        Slot* slot = reinterpret_cast<Slot*>(pAssoc);  // the storage goes back to the free list
-        slot->nextFree = m_pFreeList;
-        m_pFreeList = slot;
-        if (--m_nCount == 0) RemoveAll();
+        body->pFreeList = ::new (static_cast<void*>(pAssoc)) FreeSlot{body->pFreeList};
+        if (--body->nCount == 0) ReleaseBody(body);
     }
 
 private:
-    // Raw storage of one node: a live node, or a link of the free list.
-    union Slot {
-        Slot() : nextFree(nullptr) {}
-        ~Slot() {}
-        Slot* nextFree;    // a free slot: the next free one
-        Slot* nextBlock;   // slot 0 of a block: the next block
-        CAssoc node;
+    static constexpr unsigned int kMaxBlockSize = (1u << 20) - 1;   // larger caps clamp here: the body has room for this
+    static constexpr unsigned int kInlineSlots = 2;                 // node slots in the body's own allocation
+    static constexpr intptr_t kSmallMax = 8;                        // pairs a map holds without a bucket table
+
+    // A slot on the free list.
+    struct FreeSlot {
+        FreeSlot* pNext;
+    };
+    // The header of a non-empty map (48 bytes); the first node slots follow it.
+    struct Body {
+        FreeSlot* pFreeList;
+        void* pBlocks;                    // further node blocks, newest first, each starting with the link to the next
+        union {
+            CAssoc* pHead;                // small: the first node of the walk
+            CAssoc** pTable;              // bBig: the bucket heads
+        };
+        CAssoc** pIndex;                  // null while the chains are short
+        intptr_t nCount;
+        unsigned int nHashTableSize;
+        unsigned int nBlockSize : 20;     // the cap of a block's node count
+        unsigned int nNextBlockLog : 5;   // the next block holds min(2^this, nBlockSize) nodes
+        unsigned int nIndexShift : 6;     // 64 - log2 of the index's capacity
+        unsigned int bBig : 1;
+        std::size_t IndexMask() const { return ~std::size_t{0} >> nIndexShift; }
     };
 
-    static bool KeysEqual(const KEY& stored, ARG_KEY key) { return stored == key; }
+    static constexpr std::size_t RoundUp(std::size_t n) { return (n + alignof(CAssoc) - 1) / alignof(CAssoc) * alignof(CAssoc); }
+    static constexpr std::size_t kBodySlots = RoundUp(sizeof(Body));
+    static constexpr std::size_t kBlockSlots = RoundUp(sizeof(void*));
 
-    void AllocTable() { m_pHashTable.reset(new CAssoc*[m_nHashTableSize]()); }
+    // No body: the bucket count in the high half, the block cap above a set low bit.
+    static uintptr_t Tagged(unsigned int hashSize, unsigned int blockSize) {
+        static_assert(sizeof(uintptr_t) == 8 && alignof(Body) > 1 && sizeof(Body) == 48);
+        return (static_cast<uintptr_t>(hashSize) << 32) | (static_cast<uintptr_t>(blockSize) << 1) | 1u;
+    }
+    Body* GetBody() const { return (m_word & 1u) ? nullptr : reinterpret_cast<Body*>(m_word); }
 
-    // A block is an array of slots; its slot 0 links the chain of blocks.
-    void AddBlock() {
-        const intptr_t cap = m_nBlockSize;
-        const intptr_t n = m_nNextBlockSize == 0 ? std::min<intptr_t>(2, cap) : std::min<intptr_t>(m_nNextBlockSize, cap);
-        m_nNextBlockSize = std::min<intptr_t>(n * 2, cap);
-        Slot* block = new Slot[static_cast<std::size_t>(n) + 1];
-        block[0].nextBlock = m_pBlocks;
-        m_pBlocks = block;
-        for (intptr_t i = n; i >= 1; --i) {
-            block[i].nextFree = m_pFreeList;
-            m_pFreeList = &block[i];
+    static void* AllocRaw(std::size_t bytes) {
+        if constexpr (alignof(CAssoc) > __STDCPP_DEFAULT_NEW_ALIGNMENT__) return ::operator new(bytes, std::align_val_t{alignof(CAssoc)});
+        else return ::operator new(bytes);
+    }
+    static void FreeRaw(void* p) {
+        if constexpr (alignof(CAssoc) > __STDCPP_DEFAULT_NEW_ALIGNMENT__) ::operator delete(p, std::align_val_t{alignof(CAssoc)});
+        else ::operator delete(p);
+    }
+    // Puts n slots from first on the free list, the lowest address first out.
+    static void FreeSlots(Body& body, unsigned char* first, std::size_t n) {
+        for (std::size_t i = n; i-- > 0;)
+            body.pFreeList = ::new (static_cast<void*>(first + i * sizeof(CAssoc))) FreeSlot{body.pFreeList};
+    }
+
+    // The body of a first pair: the header, then the first node slots.
+    [[gnu::noinline]] Body* CreateBody() {
+        const unsigned int blockSize = static_cast<unsigned int>(m_word >> 1) & kMaxBlockSize;
+        const unsigned int n = std::min(kInlineSlots, blockSize);
+        unsigned char* raw = static_cast<unsigned char*>(AllocRaw(kBodySlots + n * sizeof(CAssoc)));
+        Body* body = ::new (static_cast<void*>(raw)) Body{};
+        body->nHashTableSize = static_cast<unsigned int>(m_word >> 32);
+        body->nBlockSize = blockSize;
+        body->nNextBlockLog = 2;
+        FreeSlots(*body, raw + kBodySlots, n);
+        m_word = reinterpret_cast<uintptr_t>(body);
+        return body;
+    }
+    // Frees every block, the buckets and the body; the nodes are gone already.
+    void ReleaseBody(Body* body) {
+        const uintptr_t word = Tagged(body->nHashTableSize, body->nBlockSize);
+        if (body->bBig) delete[] body->pTable;
+        delete[] body->pIndex;
+        for (void* block = body->pBlocks; block;) {
+            void* next = *static_cast<void**>(block);
+            FreeRaw(block);
+            block = next;
         }
+        body->~Body();
+        FreeRaw(body);
+        m_word = word;
+    }
+    // Small: the new node goes before the first node of a later bucket.
+    [[gnu::noinline]] static void LinkSmall(Body& body, CAssoc* pAssoc, unsigned int b) {
+        const unsigned int size = body.nHashTableSize;
+        CAssoc* prev = nullptr;
+        CAssoc* next = body.pHead;
+        for (; next && next->Hash() % size < b; next = next->pNext) prev = next;
+        pAssoc->pPrev = prev;
+        pAssoc->pNext = next;
+        (prev ? prev->pNext : body.pHead) = pAssoc;
+        if (next) next->pPrev = pAssoc;
+    }
+    static void DestroyChain(CAssoc* p) {
+        while (p) {
+            CAssoc* next = p->pNext;
+            p->~CAssoc();
+            p = next;
+        }
+    }
+    // A block of the next size; its first word links the blocks.
+    [[gnu::noinline]] void AddBlock(Body& body) {
+        const std::size_t n = std::min(std::size_t{1} << body.nNextBlockLog, std::size_t{body.nBlockSize});
+        unsigned char* raw = static_cast<unsigned char*>(AllocRaw(kBlockSlots + n * sizeof(CAssoc)));
+        ::new (static_cast<void*>(raw)) void*(body.pBlocks);
+        body.pBlocks = raw;
+        if (n < body.nBlockSize) ++body.nNextBlockLog;
+        FreeSlots(body, raw + kBlockSlots, n);
+    }
+
+    // Cuts the one list into bucket chains under a new table: each bucket's
+    // nodes already stand together, newest first.
+    [[gnu::noinline]] void MakeBig(Body& body) {
+        CAssoc** table = new CAssoc*[body.nHashTableSize]();
+        CAssoc* prev = nullptr;
+        unsigned int prevBucket = 0;
+        for (CAssoc* p = body.pHead; p; p = p->pNext) {
+            const unsigned int b = p->Hash() % body.nHashTableSize;
+            if (!prev || b != prevBucket) {
+                table[b] = p;
+                if (prev) prev->pNext = nullptr;
+                p->pPrev = nullptr;
+            }
+            prev = p;
+            prevBucket = b;
+        }
+        body.pTable = table;
+        body.bBig = true;
+    }
+    // Small: orders the list by the new buckets, keeping the old order within one.
+    static void SortSmall(Body& body) {
+        CAssoc* nodes[kSmallMax];
+        unsigned int buckets[kSmallMax];
+        std::size_t n = 0;
+        for (CAssoc* p = body.pHead; p; p = p->pNext, ++n) {   // an insertion sort: stable, and allocates nothing
+            const unsigned int b = p->Hash() % body.nHashTableSize;
+            std::size_t i = n;
+            for (; i > 0 && buckets[i - 1] > b; --i) {
+                nodes[i] = nodes[i - 1];
+                buckets[i] = buckets[i - 1];
+            }
+            nodes[i] = p;
+            buckets[i] = b;
+        }
+        body.pHead = nullptr;
+        for (std::size_t i = n; i-- > 0;) {
+            nodes[i]->pNext = body.pHead;
+            nodes[i]->pPrev = nullptr;
+            if (body.pHead) body.pHead->pPrev = nodes[i];
+            body.pHead = nodes[i];
+        }
+    }
+    // Big: walks the old table backwards, pushing each node at the head of its
+    // new bucket, so each new bucket ends up in the old walk's order.
+    void Rechain(Body& body, unsigned int hashSize) {
+        CAssoc** table = new CAssoc*[hashSize]();
+        CAssoc** old = body.pTable;
+        for (unsigned int b = body.nHashTableSize; b-- > 0;) {
+            CAssoc* p = old[b];
+            if (!p) continue;
+            while (p->pNext) p = p->pNext;
+            while (p) {
+                CAssoc* prev = p->pPrev;
+                CAssoc*& head = table[p->Hash() % hashSize];
+                p->pPrev = nullptr;
+                p->pNext = head;
+                if (head) head->pPrev = p;
+                head = p;
+                p = prev;
+            }
+        }
+        delete[] old;
+        body.pTable = table;
+        body.nHashTableSize = hashSize;
     }
 
     const CAssoc* First() const {
-        if (!m_pHashTable || m_nCount == 0) return nullptr;
-        for (unsigned int b = 0; b < m_nHashTableSize; ++b)
-            if (m_pHashTable[b]) return m_pHashTable[b];
+        const Body* body = GetBody();
+        if (!body) return nullptr;
+        if (!body->bBig) return body->pHead;
+        CAssoc* const* table = body->pTable;
+        for (unsigned int b = 0; b < body->nHashTableSize; ++b)
+            if (table[b]) return table[b];
         return nullptr;
     }
     CAssoc* First() { return const_cast<CAssoc*>(static_cast<const CMap*>(this)->First()); }
     const CAssoc* Next(const CAssoc* pAssoc) const {
         if (pAssoc->pNext) return pAssoc->pNext;
-        for (unsigned int b = pAssoc->nHashValue % m_nHashTableSize + 1; b < m_nHashTableSize; ++b)
-            if (m_pHashTable[b]) return m_pHashTable[b];
+        const Body* body = GetBody();
+        if (!body->bBig) return nullptr;
+        CAssoc* const* table = body->pTable;
+        for (unsigned int b = pAssoc->Hash() % body->nHashTableSize + 1; b < body->nHashTableSize; ++b)
+            if (table[b]) return table[b];
         return nullptr;
     }
 
+    static bool KeysEqual(const KEY& stored, ARG_KEY key) { return stored == key; }
+    static bool Matches(const CAssoc* p, ARG_KEY key, unsigned int hash) {
+        if constexpr (kStoreHash) return p->stored.nHashValue == hash && KeysEqual(p->key, key);
+        else return KeysEqual(p->key, key);
+    }
+
     // --- the index: linear probing over node pointers, at most 3/4 full ---
-    std::size_t Home(unsigned int hash) const {
-        return static_cast<std::size_t>((static_cast<uint64_t>(hash) * 0x9E3779B97F4A7C15ull) >> m_nIndexShift);
+    static std::size_t Home(const Body& body, unsigned int hash) {
+        return static_cast<std::size_t>((static_cast<uint64_t>(hash) * 0x9E3779B97F4A7C15ull) >> body.nIndexShift);
     }
     CAssoc* Find(ARG_KEY key, unsigned int hash) const {
-        if (m_nCount == 0) return nullptr;
-        if (!m_index) {
-            for (CAssoc* p = m_pHashTable[hash % m_nHashTableSize]; p; p = p->pNext)
-                if (p->nHashValue == hash && KeysEqual(p->key, key)) return p;
-            return nullptr;
+        const Body* body = GetBody();
+        if (!body) return nullptr;
+        if (CAssoc* const* index = body->pIndex) {
+            const std::size_t mask = body->IndexMask();
+            for (std::size_t i = Home(*body, hash);; i = (i + 1) & mask) {
+                CAssoc* p = index[i];
+                if (!p || Matches(p, key, hash)) return p;
+            }
         }
-        const std::size_t mask = m_nIndexCapacity - 1;
-        for (std::size_t i = Home(hash);; i = (i + 1) & mask) {
-            CAssoc* p = m_index[i];
-            if (!p) return nullptr;
-            if (p->nHashValue == hash && KeysEqual(p->key, key)) return p;
-        }
+        for (CAssoc* p = body->bBig ? body->pTable[hash % body->nHashTableSize] : body->pHead; p; p = p->pNext)
+            if (Matches(p, key, hash)) return p;
+        return nullptr;
     }
-    void IndexInsert(CAssoc* pAssoc) {
-        if (!m_index) return;
-        const std::size_t mask = m_nIndexCapacity - 1;
-        std::size_t i = Home(pAssoc->nHashValue);
-        while (m_index[i]) i = (i + 1) & mask;
-        m_index[i] = pAssoc;
+    static void IndexInsert(Body& body, CAssoc* pAssoc) {
+        if (!body.pIndex) return;
+        const std::size_t mask = body.IndexMask();
+        std::size_t i = Home(body, pAssoc->Hash());
+        while (body.pIndex[i]) i = (i + 1) & mask;
+        body.pIndex[i] = pAssoc;
     }
     // Builds or grows the index once the chains average more than two nodes.
-    void IndexReserve(intptr_t count) {
-        if (!m_index && static_cast<uint64_t>(count) <= 2ull * m_nHashTableSize) return;
-        if (static_cast<std::size_t>(count) * 4 <= m_nIndexCapacity * 3) return;
-        std::size_t capacity = m_nIndexCapacity ? m_nIndexCapacity * 2 : 16;
+    static void IndexReserve(Body& body, intptr_t count) {
+        if (!body.pIndex) {
+            if (static_cast<uint64_t>(count) > 2ull * body.nHashTableSize) IndexGrow(body, count);
+        } else if (static_cast<std::size_t>(count) * 4 > (body.IndexMask() + 1) * 3) {
+            IndexGrow(body, count);
+        }
+    }
+    [[gnu::noinline]] static void IndexGrow(Body& body, intptr_t count) {
+        std::size_t capacity = body.pIndex ? (body.IndexMask() + 1) * 2 : 16;
         while (static_cast<std::size_t>(count) * 4 > capacity * 3) capacity *= 2;
-        m_index.reset(new CAssoc*[capacity]());
-        m_nIndexCapacity = capacity;
+        CAssoc** index = new CAssoc*[capacity]();
+        delete[] body.pIndex;
+        body.pIndex = index;
         int bits = 0;
         while ((std::size_t{1} << bits) < capacity) ++bits;
-        m_nIndexShift = 64 - bits;
-        for (unsigned int b = 0; b < m_nHashTableSize && m_pHashTable; ++b)
-            for (CAssoc* p = m_pHashTable[b]; p; p = p->pNext) IndexInsert(p);
+        body.nIndexShift = static_cast<unsigned int>(64 - bits) & 63u;
+        for (unsigned int b = 0; b < body.nHashTableSize; ++b)
+            for (CAssoc* p = body.pTable[b]; p; p = p->pNext) IndexInsert(body, p);
     }
     // Backward-shift deletion keeps every probe run unbroken without tombstones.
-    void IndexErase(const CAssoc* pAssoc) {
-        if (!m_index) return;
-        const std::size_t mask = m_nIndexCapacity - 1;
-        std::size_t i = Home(pAssoc->nHashValue);
-        while (m_index[i] != pAssoc) i = (i + 1) & mask;
-        for (std::size_t j = (i + 1) & mask; m_index[j]; j = (j + 1) & mask) {
-            const std::size_t home = Home(m_index[j]->nHashValue);
+    static void IndexErase(Body& body, const CAssoc* pAssoc) {
+        if (!body.pIndex) return;
+        CAssoc** index = body.pIndex;
+        const std::size_t mask = body.IndexMask();
+        std::size_t i = Home(body, pAssoc->Hash());
+        while (index[i] != pAssoc) i = (i + 1) & mask;
+        for (std::size_t j = (i + 1) & mask; index[j]; j = (j + 1) & mask) {
+            const std::size_t home = Home(body, index[j]->Hash());
             // Move j back to the hole unless its home lies cyclically in (i, j].
             const bool homeInRange = (i <= j) ? (home > i && home <= j) : (home > i || home <= j);
             if (!homeInRange) {
-                m_index[i] = m_index[j];
+                index[i] = index[j];
                 i = j;
             }
         }
-        m_index[i] = nullptr;
+        index[i] = nullptr;
     }
 
-    std::unique_ptr<CAssoc*[]> m_pHashTable;
-    unsigned int m_nHashTableSize = DEFAULT_HASH_TABLE_SIZE;
-    intptr_t m_nCount = 0;
-    intptr_t m_nBlockSize;
-    intptr_t m_nNextBlockSize = 0;
-    Slot* m_pFreeList = nullptr;
-    Slot* m_pBlocks = nullptr;
-    std::unique_ptr<CAssoc*[]> m_index;   // null while the chains are short
-    std::size_t m_nIndexCapacity = 0;
-    int m_nIndexShift = 64;
+    // A Body* (bit 0 clear) or, with no body, Tagged(bucket count, block cap).
+    uintptr_t m_word;
 };

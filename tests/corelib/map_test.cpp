@@ -1,7 +1,11 @@
-// CMap and CMapEx: the hash, the walk order, the operations against std::map, copies and GetAt.
+// CMap and CMapEx: the hash, the walk order, the operations against std::map,
+// copies and GetAt, the walk against a model of chains, and what a map allocates.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <map>
+#include <new>
 #include <random>
 #include <type_traits>
 #include <utility>
@@ -10,6 +14,30 @@
 #include "corelib/framework/Map.h"
 #include "varlib/foundation/ArrayEx.h"
 #include "varlib/foundation/MapEx.h"
+
+// This thread's heap allocations: made so far, and alive now.
+namespace {
+thread_local long g_allocations = 0;
+thread_local long g_alive = 0;
+}  // namespace
+void* operator new(std::size_t size) {
+    ++g_allocations;
+    ++g_alive;
+    if (void* p = std::malloc(size ? size : 1)) return p;
+    throw std::bad_alloc();
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    try {
+        return operator new(size);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+void operator delete(void* p) noexcept {
+    if (p) --g_alive;
+    std::free(p);
+}
+void operator delete(void* p, std::size_t) noexcept { operator delete(p); }
 
 namespace {
 
@@ -170,6 +198,94 @@ TEST(MapEx, CopyTakesBucketCountAndSharesPointers) {
     CMapEx<CString, CString&, Signatures, Signatures&> copy(table);
     copy[name].Add(CString(u"Run(STRING)"));
     EXPECT_EQ(table[name].GetSize() * 10 + copy[name].GetSize(), 12);
+}
+
+// A model of the walk: one vector per bucket, newest first; InitHashTable
+// re-chains in the order of the old walk.
+template <class K>
+struct ChainModel {
+    std::vector<std::vector<K>> buckets;
+    std::vector<K>& Chain(const K& k) { return buckets[tw::detail::HashOf(k) % buckets.size()]; }
+    std::vector<K> Walk() const {
+        std::vector<K> order;
+        for (const auto& chain : buckets) order.insert(order.end(), chain.begin(), chain.end());
+        return order;
+    }
+    void Rehash(unsigned int n) {
+        const std::vector<K> order = Walk();
+        buckets.assign(n, {});
+        for (const K& k : order) Chain(k).push_back(k);
+    }
+};
+
+// Random insertions, removals, InitHashTable and RemoveAll across the sizes
+// where a map changes its inner form: the walk matches the model after every
+// step, and no pair moves while it is held.
+template <class Map, class MakeKey>
+void CheckAgainstChainModel(MakeKey makeKey) {
+    std::mt19937 random(99);
+    for (const unsigned int buckets : {1u, 3u, 17u, 64u})
+        for (const int keys : {6, 12, 40, 300}) {
+            SCOPED_TRACE(testing::Message() << buckets << " buckets, " << keys << " keys");
+            Map map(3);
+            map.InitHashTable(buckets);
+            ChainModel<decltype(makeKey(0))> model{std::vector<std::vector<decltype(makeKey(0))>>(buckets)};
+            std::map<int, const typename Map::CPair*> held;
+            for (int step = 0; step < 700; ++step) {
+                const int n = static_cast<int>(random() % keys), op = static_cast<int>(random() % 100);
+                const auto key = makeKey(n);
+                auto& chain = model.Chain(key);
+                if (op < 55) {
+                    map[key];
+                    if (std::find(chain.begin(), chain.end(), key) == chain.end()) chain.insert(chain.begin(), key);
+                    held.emplace(n, map.PLookup(key));
+                } else if (op < 95) {
+                    map.RemoveKey(key);
+                    chain.erase(std::remove(chain.begin(), chain.end(), key), chain.end());
+                    held.erase(n);
+                } else if (op < 99) {
+                    const unsigned int sizes[] = {1, 2, 5, 17, 31, 97};
+                    map.InitHashTable(sizes[random() % 6]);
+                    model.Rehash(map.GetHashTableSize());
+                } else {
+                    map.RemoveAll();
+                    model.Rehash(map.GetHashTableSize());
+                    for (auto& c : model.buckets) c.clear();
+                    held.clear();
+                }
+                ASSERT_EQ(Walk(map), model.Walk()) << "step " << step;
+                ASSERT_EQ(map.GetCount(), static_cast<intptr_t>(held.size()));
+                for (const auto& [k, pair] : held) ASSERT_EQ(map.PLookup(makeKey(k)), pair) << k;
+            }
+        }
+}
+
+TEST(MapWalk, MatchesChainModelUnderChurn) {
+    CheckAgainstChainModel<CMap<int, int, CString, const char16_t*>>([](int n) { return n * 5 - 40; });
+    CheckAgainstChainModel<CMap<CString, const char16_t*, int, int>>([](int n) { return Key(n); });
+}
+
+TEST(MapMemory, NothingWhileEmptyOneAllocationForTwoPairs) {
+    const long made = g_allocations, alive = g_alive;
+    OrdinalMap ordinals;
+    TextMap texts;
+    texts.InitHashTable(101);
+    ordinals.InitHashTable(7, 0);
+    TextMap copy(texts);
+    CString value;
+    EXPECT_EQ(texts.Lookup(u"x", value) + texts.RemoveKey(u"x"), 0);
+    texts.RemoveAll();
+    EXPECT_EQ(g_allocations - made, 0);
+    EXPECT_EQ(copy.GetHashTableSize(), 101u);
+    ordinals[1] = u"x";   // short texts allocate nothing of their own
+    ordinals[2] = u"y";
+    EXPECT_EQ(g_allocations - made, 1);
+    EXPECT_EQ(ordinals.RemoveKey(1) + ordinals.RemoveKey(2), 2);
+    EXPECT_EQ(g_alive, alive);   // the last pair out released everything
+    EXPECT_EQ(ordinals.GetHashTableSize(), 7u);
+    for (int i = 0; i < 1000; ++i) ordinals[i] = u"z";
+    ordinals.RemoveAll();
+    EXPECT_EQ(g_alive, alive);
 }
 
 }  // namespace

@@ -12,7 +12,9 @@ class CMapEx : public CMap<KEY, ARG_KEY, VALUE, ARG_VALUE> {
     using Base = CMap<KEY, ARG_KEY, VALUE, ARG_VALUE>;
 
 public:
-    CMapEx(int nBlockSize = 10) : Base(nBlockSize) {}
+    CMapEx(int nBlockSize = 10) : Base(nBlockSize) {
+        static_assert(sizeof(CMapEx) == sizeof(Base));   // behaviour only: it must stay as small as a CMap
+    }
     // Block size 10 whatever the source's, then operator=.
     CMapEx(const CMapEx& src) : Base(10) { *this = src; }
     // RemoveAll; the source's bucket count, allocated at once; then each pair of
