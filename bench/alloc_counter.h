@@ -10,5 +10,7 @@ namespace bench {
 std::size_t AllocationCount();
 // Bytes those allocations asked for, so far.
 std::size_t AllocatedBytes();
+// Allocations not yet freed.
+long LiveAllocations();
 
 }  // namespace bench

@@ -3,41 +3,16 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <map>
-#include <new>
 #include <random>
 #include <type_traits>
 #include <utility>
 #include <vector>
 
+#include "alloc_counter.h"
 #include "corelib/framework/Map.h"
 #include "varlib/foundation/ArrayEx.h"
 #include "varlib/foundation/MapEx.h"
-
-// This thread's heap allocations: made so far, and alive now.
-namespace {
-thread_local long g_allocations = 0;
-thread_local long g_alive = 0;
-}  // namespace
-void* operator new(std::size_t size) {
-    ++g_allocations;
-    ++g_alive;
-    if (void* p = std::malloc(size ? size : 1)) return p;
-    throw std::bad_alloc();
-}
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    try {
-        return operator new(size);
-    } catch (const std::bad_alloc&) {
-        return nullptr;
-    }
-}
-void operator delete(void* p) noexcept {
-    if (p) --g_alive;
-    std::free(p);
-}
-void operator delete(void* p, std::size_t) noexcept { operator delete(p); }
 
 namespace {
 
@@ -266,7 +241,9 @@ TEST(MapWalk, MatchesChainModelUnderChurn) {
 }
 
 TEST(MapMemory, NothingWhileEmptyOneAllocationForTwoPairs) {
-    const long made = g_allocations, alive = g_alive;
+    const CString x(u"x"), y(u"y");
+    const std::size_t made = bench::AllocationCount();
+    const long alive = bench::LiveAllocations();
     OrdinalMap ordinals;
     TextMap texts;
     texts.InitHashTable(101);
@@ -275,17 +252,17 @@ TEST(MapMemory, NothingWhileEmptyOneAllocationForTwoPairs) {
     CString value;
     EXPECT_EQ(texts.Lookup(u"x", value) + texts.RemoveKey(u"x"), 0);
     texts.RemoveAll();
-    EXPECT_EQ(g_allocations - made, 0);
+    EXPECT_EQ(bench::AllocationCount() - made, 0u);
     EXPECT_EQ(copy.GetHashTableSize(), 101u);
-    ordinals[1] = u"x";   // short texts allocate nothing of their own
-    ordinals[2] = u"y";
-    EXPECT_EQ(g_allocations - made, 1);
+    ordinals[1] = x;   // the copies share x's and y's texts
+    ordinals[2] = y;
+    EXPECT_EQ(bench::AllocationCount() - made, 1u);
     EXPECT_EQ(ordinals.RemoveKey(1) + ordinals.RemoveKey(2), 2);
-    EXPECT_EQ(g_alive, alive);   // the last pair out released everything
+    EXPECT_EQ(bench::LiveAllocations(), alive);   // the last pair out released everything
     EXPECT_EQ(ordinals.GetHashTableSize(), 7u);
-    for (int i = 0; i < 1000; ++i) ordinals[i] = u"z";
+    for (int i = 0; i < 1000; ++i) ordinals[i] = x;
     ordinals.RemoveAll();
-    EXPECT_EQ(g_alive, alive);
+    EXPECT_EQ(bench::LiveAllocations(), alive);
 }
 
 }  // namespace

@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "corelib/alloc_counter.h"
+#include "alloc_counter.h"
 #include "corelib/framework/InvalidArgException.h"
 #include "corelib/framework/String.h"
 
@@ -151,9 +151,9 @@ TEST(StringSharing, Allocations) {
         {"empty from std", 0, [] { return CString(std::u16string()); }, false},
     };
     for (const auto& row : rows) {
-        const long before = AllocationCount();
+        const std::size_t before = bench::AllocationCount();
         const CString s = row.make();
-        EXPECT_LE(AllocationCount() - before, row.most) << row.what;
+        EXPECT_LE(static_cast<long>(bench::AllocationCount() - before), row.most) << row.what;
         EXPECT_EQ(Text(s) == Text(source), row.shares) << row.what;
     }
     CString edited(u"ab");

@@ -1,4 +1,0 @@
-// Counts every allocation of the test program, to see which operations allocate.
-#pragma once
-
-long AllocationCount();
