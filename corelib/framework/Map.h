@@ -99,7 +99,8 @@ protected:
     // map is small the links chain every node in walk order; after that they
     // chain the nodes of one bucket.
     struct CAssoc : CPair {
-        CAssoc(ARG_KEY k, unsigned int hash) : CPair{KEY(k), VALUE()} {
+        template <class K>
+        CAssoc(const K& k, unsigned int hash) : CPair{KEY(k), VALUE()} {
             if constexpr (kStoreHash) stored.nHashValue = hash;
             else (void)hash;
         }
@@ -219,7 +220,8 @@ protected:
     }
     // A new node for the key at the head of its bucket, with a default value.
     // Inlined: as a call it cost an insertion some twenty instructions more.
-    [[gnu::always_inline]] CAssoc* NewAssoc(ARG_KEY key, unsigned int hash) {
+    template <class K>
+    [[gnu::always_inline]] CAssoc* NewAssoc(const K& key, unsigned int hash) {
         Body* body = GetBody();
         if (!body) {
             body = CreateBody();
@@ -250,6 +252,14 @@ protected:
         }
         ++body->nCount;
         return pAssoc;
+    }
+    // operator[] for a key already in the stored form: a new pair's key is a
+    // copy of key (for a CString, the same shared text) instead of one made
+    // afresh from ARG_KEY.
+    VALUE& LookupOrAdd(const KEY& key) {
+        const unsigned int hash = tw::detail::HashOf(key);
+        if (CAssoc* pAssoc = Find(key, hash)) return pAssoc->value;
+        return NewAssoc(key, hash)->value;
     }
     // Unlinks and destroys a node; the last one out releases everything.
     void FreeAssoc(CAssoc* pAssoc) {

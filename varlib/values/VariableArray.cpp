@@ -2,6 +2,7 @@
 #include "varlib/values/VariableArray.h"
 
 #include <memory>
+#include <string>
 #include <utility>
 
 #include "corelib/framework/InvalidArgException.h"
@@ -11,6 +12,16 @@ namespace {
 
 // Bucket count of a fresh map.
 constexpr unsigned int kDefaultHashSize = 17;
+
+// The index as both maps hold it: the text up to its first NUL, as a key made
+// from a const char16_t* holds it. Almost always the index itself, so that the
+// element, its key and its ordinal entry share one text.
+CString StoredIndex(const CString& index) {
+    const char16_t* text = index;
+    if (std::char_traits<char16_t>::length(text) == static_cast<size_t>(index.GetLength()))
+        return index;
+    return CString(text);
+}
 
 }  // namespace
 
@@ -111,7 +122,7 @@ void CVariableArray::FillFrom(const CVariableArray& src, std::vector<CopyJob>& j
     using COrderPair = CMapEx<int, int, CString, const char16_t*>::CPair;
     for (const COrderPair* pPair = src.m_mapOrder.PGetFirstAssoc(); pPair != nullptr;
          pPair = src.m_mapOrder.PGetNextAssoc(pPair))
-        m_mapOrder.SetAt(pPair->key, pPair->value);
+        m_mapOrder[pPair->key] = pPair->value;   // shares the text
 }
 
 void CVariableArray::CopyIntoEmpty(const CVariableArray& src) {
@@ -139,7 +150,7 @@ void CVariableArray::MoveFrom(CVariableArray& src) {
     for (const CPair* pPair = src.PGetFirstAssoc(); pPair != nullptr; pPair = src.PGetNextAssoc(pPair))
         pairs.push_back(pPair);
     for (auto it = pairs.rbegin(); it != pairs.rend(); ++it)
-        SetAt((*it)->key, (*it)->value);
+        LookupOrAdd((*it)->key) = (*it)->value;   // the new key shares the old one's text
 
     using COrderPair = CMapEx<int, int, CString, const char16_t*>::CPair;
     std::vector<const COrderPair*> ordinals;
@@ -148,7 +159,7 @@ void CVariableArray::MoveFrom(CVariableArray& src) {
          pPair = src.m_mapOrder.PGetNextAssoc(pPair))
         ordinals.push_back(pPair);
     for (auto it = ordinals.rbegin(); it != ordinals.rend(); ++it)
-        m_mapOrder.SetAt((*it)->key, (*it)->value);
+        m_mapOrder[(*it)->key] = (*it)->value;
 
     // The elements belong to this array now: empty src's maps without freeing them.
     src.RemoveAll();
@@ -190,7 +201,8 @@ void CVariableArray::InsertElement(const CString& index, CVariable* pVariable) {
         throw CInvalidArgException("CVariableArray::InsertElement: null element");
     pVariable->SetArrayElementInfo(index);
     const intptr_t countBefore = GetCount();
-    CVariable*& slot = (*this)[index];   // one hash: finds the index or adds it
+    const CString stored = StoredIndex(index);
+    CVariable*& slot = LookupOrAdd(stored);   // one hash: finds the index or adds it
     if (GetCount() == countBefore) {
         // Replacement: the ordinal, and so the place in every listing, stays.
         CVariable* pOld = slot;
@@ -202,9 +214,9 @@ void CVariableArray::InsertElement(const CString& index, CVariable* pVariable) {
     }
     slot = pVariable;
     try {
-        m_mapOrder.SetAt(static_cast<int>(countBefore), index);
+        m_mapOrder[static_cast<int>(countBefore)] = stored;
     } catch (...) {
-        RemoveKey(index);   // keep the two maps in step; the caller still owns pVariable
+        RemoveKey(stored);   // keep the two maps in step; the caller still owns pVariable
         throw;
     }
 }
