@@ -134,8 +134,6 @@ bool ParseDouble(const char* text, double& out) {
 
 }  // namespace
 
-CXML::CXML() = default;
-
 void CXML::Share(XmlDocument* doc) {
     if (doc) {
         ++doc->handles;  // first, so that sharing the tree already held keeps it alive
@@ -157,27 +155,12 @@ CXML::CXML(const CString& text, const CString& rootTag) {
     Adopt(utf8.data(), utf8.size(), rootTag);
 }
 
-CXML::CXML(const CXML& other) : m_node(other.m_node), m_cursor(other.m_cursor) { Share(other.m_doc); }
-CXML::CXML(CXML&& other) noexcept
-    : m_doc(std::exchange(other.m_doc, nullptr)),
-      m_node(std::exchange(other.m_node, nullptr)),
-      m_cursor(std::exchange(other.m_cursor, nullptr)) {}
 CXML& CXML::operator=(const CXML& other) {
     Share(other.m_doc);
     m_node = other.m_node;
     m_cursor = other.m_cursor;
     return *this;
 }
-CXML& CXML::operator=(CXML&& other) noexcept {
-    if (this != &other) {
-        Share(nullptr);
-        m_doc = std::exchange(other.m_doc, nullptr);
-        m_node = std::exchange(other.m_node, nullptr);
-        m_cursor = std::exchange(other.m_cursor, nullptr);
-    }
-    return *this;
-}
-CXML::~CXML() { Share(nullptr); }
 
 int CXML::Adopt(const char* data, std::size_t size, const CString& rootTag) {
     auto doc = std::make_unique<XmlDocument>();
@@ -207,10 +190,6 @@ CXML CXML::Clone() const {
     copy.Share(new XmlDocument);
     copy.m_node = RecordOf(copy.m_doc->doc.append_copy(NodeOf(m_node)));
     return copy;
-}
-
-int CXML::IsValid() const {
-    return m_node ? 1 : 0;
 }
 
 CXML CXML::GetFirstChild() {

@@ -41,8 +41,9 @@ public:
     static constexpr int FORMAT_COMPACT = 1;   // the whole tree on one line (what the library uses)
     static constexpr int FORMAT_INDENT = 2;    // one element per line, two spaces per level
 
-    // An empty, invalid handle; allocates nothing.
-    CXML();
+    // An empty, invalid handle; allocates nothing. The empty handle's paths are
+    // inline: every value holds one, and most never use it.
+    CXML() = default;
     // A new tree of one element named tagName.
     CXML(const CString& tagName);
     // Parses text (a value's text form). If rootTag is not empty, the root element
@@ -50,16 +51,33 @@ public:
     // wrong root gives an invalid node.
     CXML(const CString& text, const CString& rootTag);
     // Copies the handle, not the tree: both name the same element.
-    CXML(const CXML&);
-    CXML(CXML&&) noexcept;
+    CXML(const CXML& other) : m_node(other.m_node), m_cursor(other.m_cursor) {
+        if (other.m_doc) Share(other.m_doc);
+    }
+    CXML(CXML&& other) noexcept : m_doc(other.m_doc), m_node(other.m_node), m_cursor(other.m_cursor) {
+        other.m_doc = nullptr;
+        other.m_node = other.m_cursor = nullptr;
+    }
     CXML& operator=(const CXML&);
-    CXML& operator=(CXML&&) noexcept;
-    virtual ~CXML();
+    CXML& operator=(CXML&& other) noexcept {
+        if (this != &other) {
+            if (m_doc) Share(nullptr);
+            m_doc = other.m_doc;
+            m_node = other.m_node;
+            m_cursor = other.m_cursor;
+            other.m_doc = nullptr;
+            other.m_node = other.m_cursor = nullptr;
+        }
+        return *this;
+    }
+    virtual ~CXML() {
+        if (m_doc) Share(nullptr);
+    }
 
     // An independent deep copy of this element and everything below it.
     CXML Clone() const;
     // Non-zero if the handle names an element; 0 for CXML() and past the last child.
-    int IsValid() const;
+    int IsValid() const { return m_node ? 1 : 0; }
 
     // Starts this handle's walk of its children; invalid if there is none.
     CXML GetFirstChild();

@@ -41,31 +41,26 @@ struct CSnmpPdu::Body {
 
 const CString CSnmpPdu::TAG_NAME(u"SnmpPdu");
 
-CSnmpPdu::CSnmpPdu() = default;
-
 CSnmpPdu::CSnmpPdu(ePduType type, int32_t requestId) {
     Body& body = Own();
     body.type = type;
     body.requestId = requestId;
 }
 
-CSnmpPdu::CSnmpPdu(const CSnmpPdu& other) : m_body(other.m_body ? std::make_unique<Body>(*other.m_body) : nullptr) {}
-
-CSnmpPdu& CSnmpPdu::operator=(const CSnmpPdu& other) {
+void CSnmpPdu::CopyFrom(const CSnmpPdu& other) {
     if (this == &other) {
-        return *this;
+        return;
     }
     if (!other.m_body) {
         m_body.reset();
     } else if (m_body) {
         *m_body = *other.m_body;
     } else {
-        m_body = std::make_unique<Body>(*other.m_body);
+        m_body = std::unique_ptr<Body, BodyDeleter>(new Body(*other.m_body));
     }
-    return *this;
 }
 
-CSnmpPdu::~CSnmpPdu() = default;
+void CSnmpPdu::BodyDeleter::operator()(Body* body) const noexcept { delete body; }
 
 const CSnmpPdu::Body& CSnmpPdu::Fields() const {
     static const Body defaults;
@@ -74,7 +69,7 @@ const CSnmpPdu::Body& CSnmpPdu::Fields() const {
 
 CSnmpPdu::Body& CSnmpPdu::Own() {
     if (!m_body) {
-        m_body = std::make_unique<Body>();
+        m_body = std::unique_ptr<Body, BodyDeleter>(new Body());
     }
     return *m_body;
 }

@@ -44,11 +44,17 @@ public:
     static const CString TAG_NAME;  // "SnmpPdu"
     static CString GetTagName() { return TAG_NAME; }
 
-    CSnmpPdu();
+    CSnmpPdu() = default;
     explicit CSnmpPdu(ePduType type, int32_t requestId = 0);
-    CSnmpPdu(const CSnmpPdu&);
-    CSnmpPdu& operator=(const CSnmpPdu&);
-    virtual ~CSnmpPdu();
+    // Inline, so that the empty part of a value costs a test of one pointer.
+    CSnmpPdu(const CSnmpPdu& other) {
+        if (other.m_body) CopyFrom(other);
+    }
+    CSnmpPdu& operator=(const CSnmpPdu& other) {
+        if (m_body || other.m_body) CopyFrom(other);
+        return *this;
+    }
+    virtual ~CSnmpPdu() = default;
 
     ePduType GetType() const;
     void SetType(ePduType type);
@@ -93,7 +99,14 @@ private:
     // The fields, allocated on the first change.
     Body& Own();
 
-    std::unique_ptr<Body> m_body;  // null for a default PDU
+    // Deletes a body where Body is complete, so the destructor can stay inline.
+    struct BodyDeleter {
+        void operator()(Body* body) const noexcept;
+    };
+    // The assignment's work: a deep copy of other's fields, or none.
+    void CopyFrom(const CSnmpPdu& other);
+
+    std::unique_ptr<Body, BodyDeleter> m_body;  // null for a default PDU
 };
 
 // Every value (CVariable) holds a PDU; an unused one must cost a pointer.

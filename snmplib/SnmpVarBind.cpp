@@ -58,28 +58,22 @@ struct CSnmpVarBind::Body {
 
 const CString CSnmpVarBind::TAG_NAME(u"SnmpVarBind");
 
-CSnmpVarBind::CSnmpVarBind() = default;
-
 CSnmpVarBind::CSnmpVarBind(const CString& oid) { Own().oid = oid; }
 
-CSnmpVarBind::CSnmpVarBind(const CSnmpVarBind& other)
-    : m_body(other.m_body ? std::make_unique<Body>(*other.m_body) : nullptr) {}
-
-CSnmpVarBind& CSnmpVarBind::operator=(const CSnmpVarBind& other) {
+void CSnmpVarBind::CopyFrom(const CSnmpVarBind& other) {
     if (this == &other) {
-        return *this;
+        return;
     }
     if (!other.m_body) {
         m_body.reset();
     } else if (m_body) {
         *m_body = *other.m_body;
     } else {
-        m_body = std::make_unique<Body>(*other.m_body);
+        m_body = std::unique_ptr<Body, BodyDeleter>(new Body(*other.m_body));
     }
-    return *this;
 }
 
-CSnmpVarBind::~CSnmpVarBind() = default;
+void CSnmpVarBind::BodyDeleter::operator()(Body* body) const noexcept { delete body; }
 
 const CSnmpVarBind::Body& CSnmpVarBind::Fields() const {
     static const Body defaults;
@@ -88,7 +82,7 @@ const CSnmpVarBind::Body& CSnmpVarBind::Fields() const {
 
 CSnmpVarBind::Body& CSnmpVarBind::Own() {
     if (!m_body) {
-        m_body = std::make_unique<Body>();
+        m_body = std::unique_ptr<Body, BodyDeleter>(new Body());
     }
     return *m_body;
 }

@@ -44,12 +44,18 @@ public:
     static CString GetTagName() { return TAG_NAME; }
 
     // No OID, value Null.
-    CSnmpVarBind();
+    CSnmpVarBind() = default;
     // The OID with the value Null.
     explicit CSnmpVarBind(const CString& oid);
-    CSnmpVarBind(const CSnmpVarBind&);
-    CSnmpVarBind& operator=(const CSnmpVarBind&);
-    virtual ~CSnmpVarBind();
+    // Inline, so that the empty part of a value costs a test of one pointer.
+    CSnmpVarBind(const CSnmpVarBind& other) {
+        if (other.m_body) CopyFrom(other);
+    }
+    CSnmpVarBind& operator=(const CSnmpVarBind& other) {
+        if (m_body || other.m_body) CopyFrom(other);
+        return *this;
+    }
+    virtual ~CSnmpVarBind() = default;
 
     // The object identifier, dotted decimal text ("1.3.6.1.2.1.1.5.0"); not checked.
     CString GetOid() const;
@@ -106,7 +112,14 @@ private:
     // The fields, allocated on the first change.
     Body& Own();
 
-    std::unique_ptr<Body> m_body;  // null for a default binding
+    // Deletes a body where Body is complete, so the destructor can stay inline.
+    struct BodyDeleter {
+        void operator()(Body* body) const noexcept;
+    };
+    // The assignment's work: a deep copy of other's fields, or none.
+    void CopyFrom(const CSnmpVarBind& other);
+
+    std::unique_ptr<Body, BodyDeleter> m_body;  // null for a default binding
 };
 
 // Every value (CVariable) holds a var-bind; an unused one must cost a pointer.

@@ -159,15 +159,7 @@ public:
     }
     // Removes every pair and releases all memory; the bucket count stays.
     void RemoveAll() {
-        Body* body = GetBody();
-        if (!body) return;
-        if (!body->bBig) {
-            DestroyChain(body->pHead);
-        } else {
-            CAssoc** table = body->pTable;
-            for (unsigned int b = 0; b < body->nHashTableSize; ++b) DestroyChain(table[b]);
-        }
-        ReleaseBody(body);
+        if (Body* body = GetBody()) Release(body);   // the test inline: most maps are empty
     }
 
     // Walk: buckets ascending, newest node first within a bucket.
@@ -300,6 +292,17 @@ private:
         unsigned int bBig : 1;
         std::size_t IndexMask() const { return ~std::size_t{0} >> nIndexShift; }
     };
+
+    // Destroys every node and frees the body.
+    void Release(Body* body) {
+        if (!body->bBig) {
+            DestroyChain(body->pHead);
+        } else {
+            CAssoc** table = body->pTable;
+            for (unsigned int b = 0; b < body->nHashTableSize; ++b) DestroyChain(table[b]);
+        }
+        ReleaseBody(body);
+    }
 
     static constexpr std::size_t RoundUp(std::size_t n) { return (n + alignof(CAssoc) - 1) / alignof(CAssoc) * alignof(CAssoc); }
     static constexpr std::size_t kBodySlots = RoundUp(sizeof(Body));

@@ -3,19 +3,7 @@
 
 const CString CIntegerEnum::TAG_NAME(u"IntegerEnum");
 
-CIntegerEnum::CIntegerEnum() = default;
-
 CIntegerEnum::CIntegerEnum(CXML& node) { FromXml(node); }
-
-CIntegerEnum::CIntegerEnum(const CIntegerEnum& src) : CArray() { Copy(src); }
-
-CIntegerEnum& CIntegerEnum::operator=(const CIntegerEnum& src) {
-    if (&src != this)
-        Copy(src);
-    return *this;
-}
-
-CIntegerEnum::~CIntegerEnum() = default;
 
 int CIntegerEnum::IsEntryExist(const CString& strName) const {
     CIntegerEnumEntry found;

@@ -16,14 +16,18 @@
 
 class CIntegerEnum : public CArray<CIntegerEnumEntry, const CIntegerEnumEntry&> {
 public:
-    CIntegerEnum();
+    CIntegerEnum() = default;
     // Empty, then FromXml(node).
     CIntegerEnum(CXML& node);
     // Copies the entries one by one.
-    CIntegerEnum(const CIntegerEnum& src);
+    CIntegerEnum(const CIntegerEnum& src) : CArray() { Copy(src); }
     // Copies the entries one by one; assigning an enumeration to itself changes nothing.
-    CIntegerEnum& operator=(const CIntegerEnum& src);
-    ~CIntegerEnum() override;
+    CIntegerEnum& operator=(const CIntegerEnum& src) {
+        if (&src != this) Copy(src);
+        return *this;
+    }
+    // Inline: every value holds an enumeration, and most leave it empty.
+    ~CIntegerEnum() override = default;
 
     // 1 when an entry has exactly this name (case-sensitive).
     int IsEntryExist(const CString& strName) const;

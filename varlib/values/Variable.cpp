@@ -44,7 +44,8 @@ CVariable::CVariable(const CVariableArray& arrayValue) { ConstructArray(arrayVal
 // array built aside first.
 CVariable::CVariable(const CVariable& src) {
     CopyAllButArray(src);
-    m_arrayValue.CopyIntoEmpty(src.m_arrayValue);
+    if (src.m_arrayValue.GetCount() != 0)
+        m_arrayValue.CopyIntoEmpty(src.m_arrayValue);
 }
 
 // The elements of m_arrayValue go with it; its destructor frees them without
@@ -145,7 +146,10 @@ void CVariable::Copy(const CVariable& src) {
 }
 
 void CVariable::CopyAllButArray(const CVariable& src) {
-    m_xmlValue = src.m_xmlValue.IsValid() ? src.m_xmlValue.Clone() : CXML();
+    if (src.m_xmlValue.IsValid())
+        m_xmlValue = src.m_xmlValue.Clone();
+    else
+        m_xmlValue = CXML();
     m_strValue = src.m_strValue;
     m_nValue = src.m_nValue;
     m_enumValues = src.m_enumValues;

@@ -31,12 +31,8 @@ struct CVariableArray::CopyJob {
     const CVariableArray* pSource;
 };
 
-CVariableArray::CVariableArray() : m_nCursor(0) {}
-
 // A new array can't lie inside src, so the copy is built in place.
 CVariableArray::CVariableArray(const CVariableArray& src) : CVariableArray() { CopyIntoEmpty(src); }
-
-CVariableArray::~CVariableArray() { CleanUp(); }
 
 CVariableArray& CVariableArray::operator=(const CVariableArray& src) {
     Copy(src);

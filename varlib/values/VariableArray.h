@@ -37,11 +37,13 @@ class CVariable;
 class CVariableArray : public CMapEx<CString, const char16_t*, CVariable*, CVariable*> {
 public:
     // Empty array, cursor 0, both maps with 17 buckets.
-    CVariableArray();
+    CVariableArray() : m_nCursor(0) {}
     // Deep copy of src.
     CVariableArray(const CVariableArray& src);
     // Destroys every element.
-    ~CVariableArray() override;
+    ~CVariableArray() override {
+        if (GetCount() != 0) CleanUp();   // the test inline: most values hold no array
+    }
     // Deep copy of src; assigning an array to itself changes nothing.
     CVariableArray& operator=(const CVariableArray& src);
 
