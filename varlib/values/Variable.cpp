@@ -2,15 +2,15 @@
 #include "varlib/values/Variable.h"
 
 #include <array>
+#include <ctime>
 
-#include "corelib/framework/Runtime.h"
 
 const CString CVariable::TAG_NAME(u"VARIABLE");
 
 namespace {
 
 // Seconds since 1970-01-01 00:00:00 UTC, the stamp every Construct leaves.
-CTime Now() { return CTime(_time64(nullptr)); }
+CTime Now() { return CTime(static_cast<int64_t>(::time(nullptr))); }   // _time64, without its extra call
 
 // Type names of 20000 (VT_INT) to 20010 (VT_CHAR), in number order.
 constexpr std::array<const char16_t*, 11> kTypeNames = {
