@@ -160,6 +160,15 @@ public:
         FormatList(format, list.data(), list.size(), true);
     }
 
+    // Appends nLength code units of text, which may lie in this string: how a
+    // writer builds a long text piece by piece, without a terminator per piece.
+    void Append(const char16_t* text, int nLength) {
+        if (text && nLength > 0) Splice(static_cast<std::size_t>(GetLength()), 0, text, static_cast<std::size_t>(nLength));
+    }
+    void Append(std::u16string_view text) {
+        if (!text.empty()) Splice(static_cast<std::size_t>(GetLength()), 0, text.data(), text.size());
+    }
+
     // Access to the code units for modern code; the view lives as long as the pointer above.
     std::u16string Str() const { return std::u16string(View()); }
     std::u16string_view View() const {

@@ -46,29 +46,35 @@ constexpr char16_t EscapeLetter(char16_t ch) {
 
 // One pass that gives what the seven replacements (backslash first) give: no
 // replacement brings in a character that a later one replaces.
-void AppendEscaped(std::u16string& out, std::u16string_view text) {
+void AppendEscaped(CString& out, std::u16string_view text) {
     std::size_t runStart = 0;
     for (std::size_t i = 0; i < text.size(); ++i) {
         const char16_t letter = EscapeLetter(text[i]);
         if (letter == 0)
             continue;
-        out.append(text.data() + runStart, i - runStart);
-        out.push_back(u'\\');
-        out.push_back(letter);
+        out.Append(text.substr(runStart, i - runStart));
+        const char16_t escape[2] = {u'\\', letter};
+        out.Append(escape, 2);
         runStart = i + 1;
     }
-    out.append(text.data() + runStart, text.size() - runStart);
+    out.Append(text.substr(runStart));
 }
 
-void AppendQuoted(std::u16string& out, std::u16string_view text) {
-    out.push_back(u'"');
+void AppendQuoted(CString& out, std::u16string_view text) {
+    out += u'"';
     AppendEscaped(out, text);
-    out.push_back(u'"');
+    out += u'"';
 }
 
-void AppendAscii(std::u16string& out, const char* first, const char* last) { out.append(first, last); }
+// A number's text (at most 400 characters, all ASCII).
+void AppendAscii(CString& out, const char* first, const char* last) {
+    char16_t wide[400];
+    const auto n = std::min<std::ptrdiff_t>(last - first, 400);
+    std::copy(first, first + n, wide);
+    out.Append(wide, static_cast<int>(n));
+}
 
-void AppendInteger(std::u16string& out, int64_t value) {
+void AppendInteger(CString& out, int64_t value) {
     char buffer[24];
     const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
     AppendAscii(out, buffer, result.ptr);
@@ -78,9 +84,9 @@ void AppendInteger(std::u16string& out, int64_t value) {
 // printf's exact, correctly rounded digits without the locale and the format
 // parsing; NaN and the infinities go through ToString so that they read as
 // the platform's printf writes them.
-void AppendDouble(std::u16string& out, const CVariable& value) {
+void AppendDouble(CString& out, const CVariable& value) {
     if (!std::isfinite(value.m_dValue)) {
-        out += value.ToString(0).View();
+        out += value.ToString(0);
         return;
     }
     char buffer[400];   // DBL_MAX has 309 integer digits
@@ -88,13 +94,14 @@ void AppendDouble(std::u16string& out, const CVariable& value) {
     AppendAscii(out, buffer, result.ptr);
 }
 
-void AppendSpaces(std::u16string& out, int64_t count) {
-    if (count > 0)
-        out.append(static_cast<std::size_t>(count), u' ');
+void AppendSpaces(CString& out, int64_t count) {
+    static constexpr std::u16string_view kSpaces = u"                                                                ";
+    for (; count > 0; count -= static_cast<int64_t>(kSpaces.size()))
+        out.Append(kSpaces.substr(0, static_cast<std::size_t>(std::min<int64_t>(count, kSpaces.size()))));
 }
 
 // Writes a value that is not an ARRAY; false if it has no JSON form.
-bool AppendScalar(std::u16string& out, const CVariable& value) {
+bool AppendScalar(CString& out, const CVariable& value) {
     if (value.IsString()) {
         AppendQuoted(out, value.m_strValue.View());
     } else if (value.IsDouble()) {
@@ -111,9 +118,9 @@ bool AppendScalar(std::u16string& out, const CVariable& value) {
     } else if (value.IsXml()) {
         return false;
     } else if (value.IsPdu()) {
-        out += value.m_pduValue.ToJSON().View();
+        out += value.m_pduValue.ToJSON();
     } else if (value.IsVb()) {
-        out += value.m_vbValue.ToJSON().View();
+        out += value.m_vbValue.ToJSON();
     } else if (value.IsTime()) {
         // The local date "dd.mm.yyyy"; a time outside the local-time range throws from ToString.
         AppendQuoted(out, value.ToString(0).View());
@@ -141,13 +148,13 @@ CString CVariable::ToJSON(int& bSuccess, int nIndent) const {
     };
 
     bSuccess = 1;
-    std::u16string out;
+    CString out;   // grown in place: the result is this very buffer
     if (!IsArray()) {
         if (!AppendScalar(out, *this)) {
             bSuccess = 0;
             return CString();
         }
-        return CString(std::move(out));
+        return out;
     }
 
     // The items of every open level, innermost last. A level's elements are
@@ -189,12 +196,11 @@ CString CVariable::ToJSON(int& bSuccess, int nIndent) const {
         if (frame.nNext == items.size()) {
             // Close: the last ",\n" goes (cut as a character set), and a nested
             // array's bracket goes in the column of its items.
-            const std::size_t keep = out.find_last_not_of(u",\n");
-            out.resize(keep == std::u16string::npos ? 0 : keep + 1);
-            out.push_back(u'\n');
+            out.TrimRight(u",\n");
+            out += u'\n';
             if (frame.nIndent > 0)
                 AppendSpaces(out, nItemIndent);
-            out.push_back(frame.bObject ? u'}' : u']');
+            out += frame.bObject ? u'}' : u']';
             items.resize(frame.nBegin);
             frames.pop_back();
             if (!frames.empty())
@@ -221,7 +227,7 @@ CString CVariable::ToJSON(int& bSuccess, int nIndent) const {
         }
         out += u",\n";
     }
-    return CString(std::move(out));
+    return out;
 }
 
 void CVariable::NormalizeJsonString(CString& text) {
@@ -229,8 +235,7 @@ void CVariable::NormalizeJsonString(CString& text) {
     const auto needsEscape = [](char16_t ch) { return EscapeLetter(ch) != 0; };
     if (std::none_of(view.begin(), view.end(), needsEscape))
         return;
-    std::u16string escaped;
-    escaped.reserve(view.size() + view.size() / 8 + 2);
+    CString escaped;
     AppendEscaped(escaped, view);
-    text = CString(std::move(escaped));
+    text = std::move(escaped);
 }
