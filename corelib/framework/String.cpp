@@ -292,10 +292,10 @@ CString::Buffer* CString::Copy(const char16_t* text, std::size_t n) {
     return b;
 }
 
+// Unsized: clang without -fsized-deallocation declares no sized operator delete.
 void CString::Free(Buffer* p) noexcept {
-    const std::size_t bytes = sizeof(Buffer) + (std::size_t{p->capacity} + 1) * sizeof(char16_t);
     p->~Buffer();
-    ::operator delete(p, bytes);
+    ::operator delete(p);
 }
 
 void CString::Adopt(Buffer* b, std::size_t length) noexcept {
