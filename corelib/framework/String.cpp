@@ -119,9 +119,15 @@ std::size_t DecodeUtf8(std::string_view in, char16_t* out) {
 }
 
 std::string EncodeUtf8(std::u16string_view in) {
-    std::string out;
-    out.reserve(in.size());
-    for (std::size_t i = 0; i < in.size(); ++i) {
+    // The ASCII head, usually the whole text (names, numbers, keys), is copied
+    // into a string of its final size; the rest goes code point by code point.
+    std::size_t ascii = 0;
+    while (ascii < in.size() && in[ascii] < 0x80) ++ascii;
+    std::string out(ascii, '\0');
+    std::copy(in.begin(), in.begin() + static_cast<std::ptrdiff_t>(ascii), out.begin());
+    if (ascii == in.size()) return out;
+    out.reserve(in.size() + (in.size() - ascii) * 2);
+    for (std::size_t i = ascii; i < in.size(); ++i) {
         const char16_t c = in[i];
         if (c >= 0xD800 && c <= 0xDBFF && i + 1 < in.size() && in[i + 1] >= 0xDC00 && in[i + 1] <= 0xDFFF) {
             const char32_t cp = 0x10000 + ((static_cast<char32_t>(c) - 0xD800) << 10) + (in[i + 1] - 0xDC00);
