@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "snmplib/LazyBody.h"
 #include "snmplib/SnmpUtility.h"
 
 namespace {
@@ -47,32 +48,13 @@ CSnmpPdu::CSnmpPdu(ePduType type, int32_t requestId) {
     body.requestId = requestId;
 }
 
-void CSnmpPdu::CopyFrom(const CSnmpPdu& other) {
-    if (this == &other) {
-        return;
-    }
-    if (!other.m_body) {
-        m_body.reset();
-    } else if (m_body) {
-        *m_body = *other.m_body;
-    } else {
-        m_body = std::unique_ptr<Body, BodyDeleter>(new Body(*other.m_body));
-    }
-}
+void CSnmpPdu::CopyFrom(const CSnmpPdu& other) { tw::detail::CopyBody(m_body, other.m_body); }
 
 void CSnmpPdu::BodyDeleter::operator()(Body* body) const noexcept { delete body; }
 
-const CSnmpPdu::Body& CSnmpPdu::Fields() const {
-    static const Body defaults;
-    return m_body ? *m_body : defaults;
-}
+const CSnmpPdu::Body& CSnmpPdu::Fields() const { return tw::detail::BodyOrDefaults(m_body); }
 
-CSnmpPdu::Body& CSnmpPdu::Own() {
-    if (!m_body) {
-        m_body = std::unique_ptr<Body, BodyDeleter>(new Body());
-    }
-    return *m_body;
-}
+CSnmpPdu::Body& CSnmpPdu::Own() { return tw::detail::OwnBody(m_body); }
 
 CSnmpPdu::ePduType CSnmpPdu::GetType() const { return Fields().type; }
 

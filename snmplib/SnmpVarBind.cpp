@@ -3,6 +3,7 @@
 #include <charconv>
 #include <string>
 
+#include "snmplib/LazyBody.h"
 #include "snmplib/SnmpUtility.h"
 
 namespace {
@@ -60,32 +61,13 @@ const CString CSnmpVarBind::TAG_NAME(u"SnmpVarBind");
 
 CSnmpVarBind::CSnmpVarBind(const CString& oid) { Own().oid = oid; }
 
-void CSnmpVarBind::CopyFrom(const CSnmpVarBind& other) {
-    if (this == &other) {
-        return;
-    }
-    if (!other.m_body) {
-        m_body.reset();
-    } else if (m_body) {
-        *m_body = *other.m_body;
-    } else {
-        m_body = std::unique_ptr<Body, BodyDeleter>(new Body(*other.m_body));
-    }
-}
+void CSnmpVarBind::CopyFrom(const CSnmpVarBind& other) { tw::detail::CopyBody(m_body, other.m_body); }
 
 void CSnmpVarBind::BodyDeleter::operator()(Body* body) const noexcept { delete body; }
 
-const CSnmpVarBind::Body& CSnmpVarBind::Fields() const {
-    static const Body defaults;
-    return m_body ? *m_body : defaults;
-}
+const CSnmpVarBind::Body& CSnmpVarBind::Fields() const { return tw::detail::BodyOrDefaults(m_body); }
 
-CSnmpVarBind::Body& CSnmpVarBind::Own() {
-    if (!m_body) {
-        m_body = std::unique_ptr<Body, BodyDeleter>(new Body());
-    }
-    return *m_body;
-}
+CSnmpVarBind::Body& CSnmpVarBind::Own() { return tw::detail::OwnBody(m_body); }
 
 CString CSnmpVarBind::GetOid() const { return Fields().oid; }
 
