@@ -44,37 +44,83 @@ constexpr char16_t EscapeLetter(char16_t ch) {
     }
 }
 
+// The text being written. It grows in a buffer kept from call to call on the
+// thread (up to kKeptUnits code units), so that a writer called again and
+// again works in memory the process already has: a text that doubled its way
+// up in fresh blocks each call would fault in every page it touches, since
+// the heap hands large freed blocks straight back to the system. The result is
+// one exact copy.
+class JsonText {
+public:
+    // A writer that starts while another on the thread is still writing (one
+    // called from inside a conversion) gets a text of its own.
+    JsonText() : m_pText(t_bBusy ? &m_own : &t_scratch), m_bShared(!t_bBusy) {
+        t_bBusy = true;
+        m_pText->clear();
+    }
+    ~JsonText() {
+        if (!m_bShared)
+            return;
+        t_bBusy = false;
+        if (t_scratch.capacity() > kKeptUnits)
+            std::u16string().swap(t_scratch);
+    }
+    JsonText(const JsonText&) = delete;
+    JsonText& operator=(const JsonText&) = delete;
+
+    void Append(std::u16string_view text) { m_pText->append(text); }
+    void Append(char16_t ch) { m_pText->push_back(ch); }
+    // Cuts every trailing character of the set.
+    void TrimRight(std::u16string_view set) {
+        const std::size_t keep = m_pText->find_last_not_of(set);
+        m_pText->resize(keep == std::u16string::npos ? 0 : keep + 1);
+    }
+    CString Result() const { return CString(std::u16string_view(*m_pText)); }
+
+private:
+    static constexpr std::size_t kKeptUnits = std::size_t{4} << 20;   // 8 MB
+    static thread_local std::u16string t_scratch;
+    static thread_local bool t_bBusy;
+
+    std::u16string m_own;
+    std::u16string* m_pText;
+    bool m_bShared;
+};
+thread_local std::u16string JsonText::t_scratch;
+thread_local bool JsonText::t_bBusy = false;
+
 // One pass that gives what the seven replacements (backslash first) give: no
 // replacement brings in a character that a later one replaces.
-void AppendEscaped(CString& out, std::u16string_view text) {
+template <class Out>
+void AppendEscaped(Out& out, std::u16string_view text) {
     std::size_t runStart = 0;
     for (std::size_t i = 0; i < text.size(); ++i) {
         const char16_t letter = EscapeLetter(text[i]);
         if (letter == 0)
             continue;
         out.Append(text.substr(runStart, i - runStart));
-        const char16_t escape[2] = {u'\\', letter};
-        out.Append(escape, 2);
+        out.Append(std::u16string_view(u"\\", 1));
+        out.Append(letter);
         runStart = i + 1;
     }
     out.Append(text.substr(runStart));
 }
 
-void AppendQuoted(CString& out, std::u16string_view text) {
-    out += u'"';
+void AppendQuoted(JsonText& out, std::u16string_view text) {
+    out.Append(u'"');
     AppendEscaped(out, text);
-    out += u'"';
+    out.Append(u'"');
 }
 
 // A number's text (at most 400 characters, all ASCII).
-void AppendAscii(CString& out, const char* first, const char* last) {
+void AppendAscii(JsonText& out, const char* first, const char* last) {
     char16_t wide[400];
     const auto n = std::min<std::ptrdiff_t>(last - first, 400);
     std::copy(first, first + n, wide);
-    out.Append(wide, static_cast<int>(n));
+    out.Append(std::u16string_view(wide, static_cast<std::size_t>(n)));
 }
 
-void AppendInteger(CString& out, int64_t value) {
+void AppendInteger(JsonText& out, int64_t value) {
     char buffer[24];
     const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
     AppendAscii(out, buffer, result.ptr);
@@ -84,9 +130,9 @@ void AppendInteger(CString& out, int64_t value) {
 // printf's exact, correctly rounded digits without the locale and the format
 // parsing; NaN and the infinities go through ToString so that they read as
 // the platform's printf writes them.
-void AppendDouble(CString& out, const CVariable& value) {
+void AppendDouble(JsonText& out, const CVariable& value) {
     if (!std::isfinite(value.m_dValue)) {
-        out += value.ToString(0);
+        out.Append(value.ToString(0).View());
         return;
     }
     char buffer[400];   // DBL_MAX has 309 integer digits
@@ -94,14 +140,14 @@ void AppendDouble(CString& out, const CVariable& value) {
     AppendAscii(out, buffer, result.ptr);
 }
 
-void AppendSpaces(CString& out, int64_t count) {
+void AppendSpaces(JsonText& out, int64_t count) {
     static constexpr std::u16string_view kSpaces = u"                                                                ";
     for (; count > 0; count -= static_cast<int64_t>(kSpaces.size()))
         out.Append(kSpaces.substr(0, static_cast<std::size_t>(std::min<int64_t>(count, kSpaces.size()))));
 }
 
 // Writes a value that is not an ARRAY; false if it has no JSON form.
-bool AppendScalar(CString& out, const CVariable& value) {
+bool AppendScalar(JsonText& out, const CVariable& value) {
     if (value.IsString()) {
         AppendQuoted(out, value.m_strValue.View());
     } else if (value.IsDouble()) {
@@ -118,9 +164,9 @@ bool AppendScalar(CString& out, const CVariable& value) {
     } else if (value.IsXml()) {
         return false;
     } else if (value.IsPdu()) {
-        out += value.m_pduValue.ToJSON();
+        out.Append(value.m_pduValue.ToJSON().View());
     } else if (value.IsVb()) {
-        out += value.m_vbValue.ToJSON();
+        out.Append(value.m_vbValue.ToJSON().View());
     } else if (value.IsTime()) {
         // The local date "dd.mm.yyyy"; a time outside the local-time range throws from ToString.
         AppendQuoted(out, value.ToString(0).View());
@@ -129,6 +175,13 @@ bool AppendScalar(CString& out, const CVariable& value) {
     }
     return true;
 }
+
+// Escapes into a CString, for NormalizeJsonString.
+struct StringOut {
+    CString& text;
+    void Append(std::u16string_view part) { text.Append(part); }
+    void Append(char16_t ch) { text += ch; }
+};
 
 }  // namespace
 
@@ -148,13 +201,13 @@ CString CVariable::ToJSON(int& bSuccess, int nIndent) const {
     };
 
     bSuccess = 1;
-    CString out;   // grown in place: the result is this very buffer
+    JsonText out;
     if (!IsArray()) {
         if (!AppendScalar(out, *this)) {
             bSuccess = 0;
             return CString();
         }
-        return out;
+        return out.Result();
     }
 
     // The items of every open level, innermost last. A level's elements are
@@ -181,7 +234,7 @@ CString CVariable::ToJSON(int& bSuccess, int nIndent) const {
         if (items.size() == begin)
             return false;
         const bool bObject = CUtility::IsNumber(*items[begin].pIndex) == 0;
-        out += bObject ? u"{\n" : u"[\n";
+        out.Append(bObject ? u"{\n" : u"[\n");
         frames.push_back({begin, begin, nValueIndent, bObject});
         return true;
     };
@@ -197,37 +250,37 @@ CString CVariable::ToJSON(int& bSuccess, int nIndent) const {
             // Close: the last ",\n" goes (cut as a character set), and a nested
             // array's bracket goes in the column of its items.
             out.TrimRight(u",\n");
-            out += u'\n';
+            out.Append(u'\n');
             if (frame.nIndent > 0)
                 AppendSpaces(out, nItemIndent);
-            out += frame.bObject ? u'}' : u']';
+            out.Append(frame.bObject ? u'}' : u']');
             items.resize(frame.nBegin);
             frames.pop_back();
             if (!frames.empty())
-                out += u",\n";
+                out.Append(u",\n");
             continue;
         }
         const JsonItem item = items[frame.nNext++];
         AppendSpaces(out, nItemIndent);
         if (frame.bObject) {
             AppendQuoted(out, item.pIndex->View());
-            out += u" : ";
+            out.Append(u" : ");
         }
         if (item.pElement->IsArray()) {
             // A nested array without elements is written as "[]": its empty text
             // would leave nothing after the separator, which no JSON reader takes,
             // and with no first index there is nothing to choose an object by.
             if (!open(*item.pElement, nItemIndent))   // invalidates frame
-                out += u"[],\n";
+                out.Append(u"[],\n");
             continue;
         }
         if (!AppendScalar(out, *item.pElement)) {
             bSuccess = 0;
             return CString();
         }
-        out += u",\n";
+        out.Append(u",\n");
     }
-    return out;
+    return out.Result();
 }
 
 void CVariable::NormalizeJsonString(CString& text) {
@@ -236,6 +289,7 @@ void CVariable::NormalizeJsonString(CString& text) {
     if (std::none_of(view.begin(), view.end(), needsEscape))
         return;
     CString escaped;
-    AppendEscaped(escaped, view);
+    StringOut out{escaped};
+    AppendEscaped(out, view);
     text = std::move(escaped);
 }
