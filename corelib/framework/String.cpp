@@ -37,23 +37,28 @@ std::size_t Clamp(int n, std::size_t size) {
     return std::min(static_cast<std::size_t>(n), size);
 }
 
-void AppendUtf8(std::string& out, char32_t cp) {
+// Writes the UTF-8 form of cp at out; returns the end.
+char* WriteUtf8(char* out, char32_t cp) {
     if (cp < 0x80) {
-        out += static_cast<char>(cp);
+        *out++ = static_cast<char>(cp);
     } else if (cp < 0x800) {
-        out += static_cast<char>(0xC0 | (cp >> 6));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
+        *out++ = static_cast<char>(0xC0 | (cp >> 6));
+        *out++ = static_cast<char>(0x80 | (cp & 0x3F));
     } else if (cp < 0x10000) {
-        out += static_cast<char>(0xE0 | (cp >> 12));
-        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
+        *out++ = static_cast<char>(0xE0 | (cp >> 12));
+        *out++ = static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+        *out++ = static_cast<char>(0x80 | (cp & 0x3F));
     } else {
-        out += static_cast<char>(0xF0 | (cp >> 18));
-        out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
-        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
+        *out++ = static_cast<char>(0xF0 | (cp >> 18));
+        *out++ = static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
+        *out++ = static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+        *out++ = static_cast<char>(0x80 | (cp & 0x3F));
     }
+    return out;
 }
+
+bool IsHighSurrogate(char16_t c) { return c >= 0xD800 && c <= 0xDBFF; }
+bool IsLowSurrogate(char16_t c) { return c >= 0xDC00 && c <= 0xDFFF; }
 
 // Decodes UTF-8 after the maximal-subpart rule: each ill-formed sequence (an
 // invalid lead byte, or the longest valid prefix of a broken sequence) becomes
@@ -118,25 +123,42 @@ std::size_t DecodeUtf8(std::string_view in, char16_t* out) {
     return static_cast<std::size_t>(out - begin);
 }
 
-std::string EncodeUtf8(std::u16string_view in) {
-    // The ASCII head, usually the whole text (names, numbers, keys), is copied
-    // into a string of its final size; the rest goes code point by code point.
-    std::size_t ascii = 0;
-    while (ascii < in.size() && in[ascii] < 0x80) ++ascii;
-    std::string out(ascii, '\0');
-    std::copy(in.begin(), in.begin() + static_cast<std::ptrdiff_t>(ascii), out.begin());
-    if (ascii == in.size()) return out;
-    out.reserve(in.size() + (in.size() - ascii) * 2);
-    for (std::size_t i = ascii; i < in.size(); ++i) {
+// The length of the UTF-8 form: a unit below 0x80 is one byte, below 0x800
+// two, a surrogate pair four, anything else (a lone surrogate too, which
+// becomes U+FFFD) three.
+std::size_t Utf8Length(std::u16string_view in) {
+    std::size_t n = in.size();
+    for (std::size_t i = 0; i < in.size(); ++i) {
         const char16_t c = in[i];
-        if (c >= 0xD800 && c <= 0xDBFF && i + 1 < in.size() && in[i + 1] >= 0xDC00 && in[i + 1] <= 0xDFFF) {
+        if (c < 0x80) continue;
+        if (c < 0x800) {
+            n += 1;
+        } else if (IsHighSurrogate(c) && i + 1 < in.size() && IsLowSurrogate(in[i + 1])) {
+            n += 2;
+            ++i;
+        } else {
+            n += 2;
+        }
+    }
+    return n;
+}
+
+// One pass to size the result, one to write it.
+std::string EncodeUtf8(std::u16string_view in) {
+    std::string out(Utf8Length(in), '\0');
+    char* p = out.data();
+    for (std::size_t i = 0; i < in.size(); ++i) {
+        const char16_t c = in[i];
+        if (c < 0x80) {
+            *p++ = static_cast<char>(c);
+        } else if (IsHighSurrogate(c) && i + 1 < in.size() && IsLowSurrogate(in[i + 1])) {
             const char32_t cp = 0x10000 + ((static_cast<char32_t>(c) - 0xD800) << 10) + (in[i + 1] - 0xDC00);
-            AppendUtf8(out, cp);
+            p = WriteUtf8(p, cp);
             ++i;
         } else if (c >= 0xD800 && c <= 0xDFFF) {
-            AppendUtf8(out, kReplacement);  // unpaired surrogate
+            p = WriteUtf8(p, kReplacement);  // unpaired surrogate
         } else {
-            AppendUtf8(out, c);
+            p = WriteUtf8(p, c);
         }
     }
     return out;

@@ -88,6 +88,8 @@ TEST(StringUnicode, Conversions) {
     const std::pair<std::u16string, std::string> out[] = {
         {{u'a', char16_t(0xDC00), char16_t(0xD800), u'b'}, "a\xEF\xBF\xBD\xEF\xBF\xBD" "b"},
         {{char16_t(0xD83D), char16_t(0xD83D), char16_t(0xDE00)}, "\xEF\xBF\xBD\xF0\x9F\x98\x80"},
+        {{u'x', char16_t(0xD800)}, "x\xEF\xBF\xBD"},   // a high surrogate that ends the text
+        {u"\u07ff\u0800", "\xDF\xBF\xE0\xA0\x80"},
         {u"\uffff\U0010FFFF", "\xEF\xBF\xBF\xF4\x8F\xBF\xBF"}};
     for (const auto& [text, utf8] : out)
         EXPECT_EQ(CString(text).ToUtf8(), utf8);
