@@ -3,6 +3,7 @@
 // document lives.
 #include "corelib/XML.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
 #include <memory>
@@ -55,6 +56,34 @@ pugi::xml_node NextElement(pugi::xml_node node) {
     }
     return next;
 }
+
+// A tag or attribute name as pugixml takes it: on the stack when it is short
+// and ASCII, as names nearly always are, else converted to UTF-8. Looking
+// names up is what reading a document does most.
+class Utf8Name {
+public:
+    explicit Utf8Name(const CString& name) {
+        const std::u16string_view text = name.View();
+        if (text.size() < sizeof m_short &&
+            std::all_of(text.begin(), text.end(), [](char16_t ch) { return ch < 0x80; })) {
+            std::copy(text.begin(), text.end(), m_short);
+            m_short[text.size()] = '\0';
+            m_pText = m_short;
+        } else {
+            m_long = name.ToUtf8();
+            m_pText = m_long.c_str();
+        }
+    }
+    Utf8Name(const Utf8Name&) = delete;
+    Utf8Name& operator=(const Utf8Name&) = delete;
+
+    const char* c_str() const { return m_pText; }
+
+private:
+    char m_short[32];
+    std::string m_long;
+    const char* m_pText;
+};
 
 // XML forbids two attributes of one name on an element; pugixml doesn't check it.
 bool HasDuplicateAttributes(pugi::xml_node root) {
@@ -225,7 +254,7 @@ long CXML::GetChildCount() const {
 CXML CXML::GetChild(const CString& tag) const {
     CXML child;
     if (m_node) {
-        const std::string name = tag.ToUtf8();
+        const Utf8Name name(tag);
         if (pugi::xml_node c = NodeOf(m_node).child(name.c_str())) {
             child.Share(m_doc);
             child.m_node = RecordOf(c);
@@ -239,14 +268,14 @@ CString CXML::GetTagName() const {
 }
 
 int CXML::HasAttr(const CString& name) const {
-    return (m_node && NodeOf(m_node).attribute(name.ToUtf8().c_str())) ? 1 : 0;
+    return (m_node && NodeOf(m_node).attribute(Utf8Name(name).c_str())) ? 1 : 0;
 }
 
 CString CXML::GetAttr(const CString& name, const CString& def) const {
     if (!m_node) {
         return def;
     }
-    const pugi::xml_attribute attr = NodeOf(m_node).attribute(name.ToUtf8().c_str());
+    const pugi::xml_attribute attr = NodeOf(m_node).attribute(Utf8Name(name).c_str());
     return attr ? CString::FromUtf8(attr.value()) : def;
 }
 
@@ -254,7 +283,7 @@ int CXML::GetAttrInt(const CString& name, int def) const {
     if (!m_node) {
         return def;
     }
-    const pugi::xml_attribute attr = NodeOf(m_node).attribute(name.ToUtf8().c_str());
+    const pugi::xml_attribute attr = NodeOf(m_node).attribute(Utf8Name(name).c_str());
     int value = def;
     return (attr && ParseInteger(attr.value(), value)) ? value : def;
 }
@@ -263,7 +292,7 @@ int64_t CXML::GetAttrInt64(const CString& name, int64_t def) const {
     if (!m_node) {
         return def;
     }
-    const pugi::xml_attribute attr = NodeOf(m_node).attribute(name.ToUtf8().c_str());
+    const pugi::xml_attribute attr = NodeOf(m_node).attribute(Utf8Name(name).c_str());
     int64_t value = def;
     return (attr && ParseInteger(attr.value(), value)) ? value : def;
 }
@@ -272,7 +301,7 @@ double CXML::GetAttrDouble(const CString& name, double def) const {
     if (!m_node) {
         return def;
     }
-    const pugi::xml_attribute attr = NodeOf(m_node).attribute(name.ToUtf8().c_str());
+    const pugi::xml_attribute attr = NodeOf(m_node).attribute(Utf8Name(name).c_str());
     double value = def;
     return (attr && ParseDouble(attr.value(), value)) ? value : def;
 }
@@ -284,7 +313,7 @@ void SetText8(void* node, const CString& name, const std::string& value) {
         return;
     }
     pugi::xml_node element = NodeOf(node);
-    const std::string key = name.ToUtf8();
+    const Utf8Name key(name);
     pugi::xml_attribute attr = element.attribute(key.c_str());
     if (!attr) {
         attr = element.append_attribute(key.c_str());
@@ -319,7 +348,7 @@ void CXML::SetAttr(const CString& name, double value) {
 
 void CXML::RemoveAttr(const CString& name) {
     if (m_node) {
-        NodeOf(m_node).remove_attribute(name.ToUtf8().c_str());
+        NodeOf(m_node).remove_attribute(Utf8Name(name).c_str());
     }
 }
 
