@@ -21,13 +21,22 @@
 
 namespace {
 
-constexpr const char16_t* kArrayTag = u"ARRAY";
-constexpr const char16_t* kNameAttr = u"Name";
-constexpr const char16_t* kTypeAttr = u"Type";
-constexpr const char16_t* kDisplayNameAttr = u"DisplayName";
-constexpr const char16_t* kDescriptionAttr = u"Description";
-constexpr const char16_t* kValueAttr = u"Value";
-constexpr const char16_t* kIndexAttr = u"Index";
+// The tag and attribute names, made once: every element looks up or sets
+// six of them, and a CString made from a literal at each call allocates.
+struct XmlNames {
+    CString array{u"ARRAY"};
+    CString name{u"Name"};
+    CString type{u"Type"};
+    CString displayName{u"DisplayName"};
+    CString description{u"Description"};
+    CString value{u"Value"};
+    CString index{u"Index"};
+};
+
+const XmlNames& Names() {
+    static const XmlNames names;
+    return names;
+}
 
 // Appends children to one element, which has none yet, and hands out a handle
 // on each new child. The element's own child walk follows the appends and
@@ -53,23 +62,24 @@ private:
 // The attributes of a value and its payload, except the elements of an
 // ARRAY, which WriteArray adds below the "ARRAY" child.
 void WriteOwnPart(const CVariable& value, CXML& node) {
-    node.SetAttr(kNameAttr, value.m_strName);
-    node.SetAttr(kTypeAttr, static_cast<int>(value.m_eType));
-    node.SetAttr(kDisplayNameAttr, value.m_strDisplayName);
-    node.SetAttr(kDescriptionAttr, value.m_strDescription);
+    const XmlNames& names = Names();
+    node.SetAttr(names.name, value.m_strName);
+    node.SetAttr(names.type, static_cast<int>(value.m_eType));
+    node.SetAttr(names.displayName, value.m_strDisplayName);
+    node.SetAttr(names.description, value.m_strDescription);
     switch (value.m_eType) {
     case VT_INT:
-        node.SetAttr(kValueAttr, value.m_nValue);
+        node.SetAttr(names.value, value.m_nValue);
         // An enumeration goes out only when it names something.
         if (value.m_enumValues.GetSize() > 0)
             node.AddChild(value.m_enumValues.ToXml());
         break;
     case VT_STRING:
-        node.SetAttr(kValueAttr, value.m_strValue);
+        node.SetAttr(names.value, value.m_strValue);
         break;
     case VT_DOUBLE:
         // The shortest text that reads back to the same double.
-        node.SetAttr(kValueAttr, value.m_dValue);
+        node.SetAttr(names.value, value.m_dValue);
         break;
     case VT_PDU:
         node.AddChild(value.m_pduValue.ToXml());
@@ -82,13 +92,13 @@ void WriteOwnPart(const CVariable& value, CXML& node) {
             node.AddChild(value.m_xmlValue);
         break;
     case VT_TIME:
-        node.SetAttr(kValueAttr, value.m_timeValue.GetTime());
+        node.SetAttr(names.value, value.m_timeValue.GetTime());
         break;
     case VT_BYTE:
-        node.SetAttr(kValueAttr, static_cast<int>(value.m_byteValue));
+        node.SetAttr(names.value, static_cast<int>(value.m_byteValue));
         break;
     case VT_CHAR:
-        node.SetAttr(kValueAttr, static_cast<int>(value.m_chValue));
+        node.SetAttr(names.value, static_cast<int>(value.m_chValue));
         break;
     case VT_ARRAY:        // the caller adds the "ARRAY" child
     case VT_ARRAY_ELEM:   // a type number without a payload
@@ -102,12 +112,13 @@ void WriteOwnPart(const CVariable& value, CXML& node) {
 // level by level, with every array nested below them. Each job owns one
 // "ARRAY" element, so the order in which jobs run doesn't change the tree.
 void WriteArray(const CVariableArray& array, const CXML& arrayNode) {
+    const XmlNames& names = Names();
     struct Job {
         const CVariableArray* pArray;
         CXML node;
     };
     const CXML variablePrototype(CVariable::GetTagName());
-    const CXML arrayPrototype(kArrayTag);
+    const CXML arrayPrototype(names.array);
     std::vector<Job> jobs;
     jobs.push_back({&array, arrayNode});
     while (!jobs.empty()) {
@@ -122,7 +133,7 @@ void WriteArray(const CVariableArray& array, const CXML& arrayNode) {
                 continue;
             CXML node = children.Append(variablePrototype);
             WriteOwnPart(*pElement, node);
-            node.SetAttr(kIndexAttr, index);
+            node.SetAttr(names.index, index);
             if (pElement->m_eType == VT_ARRAY) {
                 node.AddChild(arrayPrototype);
                 jobs.push_back({&pElement->m_arrayValue, node.GetFirstChild()});
@@ -135,20 +146,21 @@ void WriteArray(const CVariableArray& array, const CXML& arrayNode) {
 // the elements of an ARRAY: for an ARRAY node with a child, returns true and
 // leaves that child (the "ARRAY" element, whatever its name) in arrayNode.
 bool ReadOwnPart(CVariable& value, CXML& node, CXML& arrayNode) {
-    value.m_strName = node.GetAttr(kNameAttr, CString());
-    value.m_eType = static_cast<eVariableType>(node.GetAttrInt(kTypeAttr, VT_UNDEFINED));
-    value.m_strDisplayName = node.GetAttr(kDisplayNameAttr, CString());
-    value.m_strDescription = node.GetAttr(kDescriptionAttr, CString());
+    const XmlNames& names = Names();
+    value.m_strName = node.GetAttr(names.name, CString());
+    value.m_eType = static_cast<eVariableType>(node.GetAttrInt(names.type, VT_UNDEFINED));
+    value.m_strDisplayName = node.GetAttr(names.displayName, CString());
+    value.m_strDescription = node.GetAttr(names.description, CString());
     switch (value.m_eType) {
     case VT_INT: {
-        value.m_nValue = node.GetAttrInt64(kValueAttr, 0);
+        value.m_nValue = node.GetAttrInt64(names.value, 0);
         CXML enumNode = node.GetFirstChild();
         if (enumNode.IsValid())
             value.m_enumValues.FromXml(enumNode);
         break;
     }
     case VT_STRING: {
-        CString text = node.GetAttr(kValueAttr, CString());
+        CString text = node.GetAttr(names.value, CString());
         // Stored text uses CR LF line ends. Every LF gets a CR, even one that
         // already has a CR before it: CR LF comes back as CR CR LF.
         text.Replace(u"\n", u"\r\n");
@@ -156,7 +168,7 @@ bool ReadOwnPart(CVariable& value, CXML& node, CXML& arrayNode) {
         break;
     }
     case VT_DOUBLE:
-        value.m_dValue = node.GetAttrDouble(kValueAttr, 0.0);
+        value.m_dValue = node.GetAttrDouble(names.value, 0.0);
         break;
     case VT_PDU: {
         CXML pduNode = node.GetFirstChild();
@@ -178,15 +190,15 @@ bool ReadOwnPart(CVariable& value, CXML& node, CXML& arrayNode) {
         arrayNode = node.GetFirstChild();
         return arrayNode.IsValid() != 0;
     case VT_TIME:
-        value.m_timeValue = CTime(node.GetAttrInt64(kValueAttr, 0));
+        value.m_timeValue = CTime(node.GetAttrInt64(names.value, 0));
         break;
     case VT_BYTE:
         // The low 8 bits: 300 reads as 44.
-        value.m_byteValue = static_cast<unsigned char>(node.GetAttrInt(kValueAttr, 0));
+        value.m_byteValue = static_cast<unsigned char>(node.GetAttrInt(names.value, 0));
         break;
     case VT_CHAR:
         // The low 16 bits: one UTF-16 code unit.
-        value.m_chValue = static_cast<char16_t>(node.GetAttrInt(kValueAttr, 0));
+        value.m_chValue = static_cast<char16_t>(node.GetAttrInt(names.value, 0));
         break;
     case VT_ARRAY_ELEM:
     case VT_UNDEFINED:
@@ -202,6 +214,7 @@ bool ReadOwnPart(CVariable& value, CXML& node, CXML& arrayNode) {
 // element's own array is read completely before its next sibling, so a
 // sibling under the same index replaces it only once nothing points into it.
 void ReadArray(CVariableArray& target, const CXML& arrayNode) {
+    const XmlNames& names = Names();
     struct Frame {
         CVariableArray* pTarget;
         CXML node;   // its walk stands on the child last read
@@ -220,7 +233,7 @@ void ReadArray(CVariableArray& target, const CXML& arrayNode) {
         auto pElement = std::make_unique<CVariable>();
         CXML nestedArray;
         const bool bHasArray = ReadOwnPart(*pElement, child, nestedArray);
-        const CString index = child.GetAttr(kIndexAttr, CString());
+        const CString index = child.GetAttr(names.index, CString());
         CVariable* pInserted = pElement.get();
         frame.pTarget->InsertElement(index, pInserted);   // owns it from here on
         pElement.release();
@@ -237,10 +250,11 @@ void ReadArray(CVariableArray& target, const CXML& arrayNode) {
 // ---------------------------------------------------------------------------
 
 CXML CVariable::ToXml() const {
+    const XmlNames& names = Names();
     CXML node(TAG_NAME);
     WriteOwnPart(*this, node);
     if (m_eType == VT_ARRAY) {
-        node.AddChild(CXML(kArrayTag));
+        node.AddChild(CXML(names.array));
         WriteArray(m_arrayValue, node.GetFirstChild());
     }
     return node;
@@ -263,7 +277,8 @@ CString CVariable::ToXmlString() const { return ToXml().ToString(1); }
 // ---------------------------------------------------------------------------
 
 CXML CVariableArray::ToXml() const {
-    CXML node(kArrayTag);
+    const XmlNames& names = Names();
+    CXML node(names.array);
     WriteArray(*this, node);
     return node;
 }
