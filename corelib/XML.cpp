@@ -2,6 +2,7 @@
 // document and the element by pugixml's node record, which stays put while the
 // document lives.
 #include "corelib/XML.h"
+#include "corelib/XMLAttributes.h"
 
 #include <algorithm>
 #include <charconv>
@@ -16,6 +17,7 @@
 #include <pugixml.hpp>
 
 #include "corelib/framework/File.h"
+#include "corelib/framework/InvalidArgException.h"
 
 // A plain count: the handles of one tree belong to one thread at a time.
 struct tw::detail::XmlDocument {
@@ -461,4 +463,53 @@ int CXML::XMLRead(CFile* file, const CString& rootTag, int /*flag*/) {
 
 int CXML::IsSameNode(const CXML& other) const {
     return (m_node && m_node == other.m_node) ? 1 : 0;
+}
+
+// ---------------------------------------------------------------------------
+// CXMLAttributes
+
+CXMLAttributes::CXMLAttributes(const CXML& node, std::initializer_list<const char*> names) {
+    if (names.size() > MAX_NAMES) {
+        throw CInvalidArgException("CXMLAttributes: more names than MAX_NAMES");
+    }
+    if (!node.m_node) {
+        return;
+    }
+    std::size_t missing = names.size();
+    for (pugi::xml_attribute attr = NodeOf(node.m_node).first_attribute(); attr && missing > 0;
+         attr = attr.next_attribute()) {
+        const char* name = attr.name();
+        std::size_t i = 0;
+        for (const char* wanted : names) {
+            if (!m_texts[i] && wanted[0] == name[0] && std::strcmp(wanted, name) == 0) {
+                m_texts[i] = attr.value();
+                --missing;
+                break;
+            }
+            ++i;
+        }
+    }
+}
+
+CString CXMLAttributes::GetAttr(std::size_t index, const CString& def) const {
+    const char* text = Text(index);
+    return text ? CString::FromUtf8(text) : def;
+}
+
+int CXMLAttributes::GetAttrInt(std::size_t index, int def) const {
+    const char* text = Text(index);
+    int value = def;
+    return (text && ParseInteger(text, value)) ? value : def;
+}
+
+int64_t CXMLAttributes::GetAttrInt64(std::size_t index, int64_t def) const {
+    const char* text = Text(index);
+    int64_t value = def;
+    return (text && ParseInteger(text, value)) ? value : def;
+}
+
+double CXMLAttributes::GetAttrDouble(std::size_t index, double def) const {
+    const char* text = Text(index);
+    double value = def;
+    return (text && ParseDouble(text, value)) ? value : def;
 }

@@ -153,6 +153,8 @@ public:
     int IsSameNode(const CXML& other) const;
 
 private:
+    friend class CXMLAttributes;   // reads m_node
+
     void SetAttrUnsigned(const CString& name, uint64_t value);
     int Adopt(const char* data, std::size_t size, const CString& rootTag);
 

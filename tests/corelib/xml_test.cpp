@@ -10,7 +10,9 @@
 
 #include "alloc_counter.h"
 #include "corelib/XML.h"
+#include "corelib/XMLAttributes.h"
 #include "corelib/framework/File.h"
+#include "corelib/framework/InvalidArgException.h"
 #include "temp_dir.h"
 
 namespace {
@@ -137,6 +139,9 @@ TEST(Xml, TypedAttributes) {
         node.SetAttr(u"v", CString(text));
         EXPECT_EQ(node.GetAttrInt(u"v", -1), asInt) << Utf8(text);
         EXPECT_EQ(node.GetAttrInt64(u"v", -1), asInt64) << Utf8(text);
+        const CXMLAttributes attrs(node, {"w", "v"});   // reads as the element's own getters do
+        EXPECT_EQ(attrs.GetAttrInt(1, -1), asInt) << Utf8(text);
+        EXPECT_EQ(attrs.GetAttrInt64(1, -1), asInt64) << Utf8(text);
     }
     const std::pair<const char16_t*, double> doubles[] = {{u" 2.5 ", 2.5}, {u"+4", 4.0}, {u"1e3", 1000.0},
                                                           {u"", -1}, {u"1.5x", -1}, {u"1,5", -1}};  // default -1
@@ -144,6 +149,7 @@ TEST(Xml, TypedAttributes) {
         CXML node(u"n");
         node.SetAttr(u"d", CString(text));
         EXPECT_EQ(node.GetAttrDouble(u"d", -1), value) << Utf8(text);
+        EXPECT_EQ(CXMLAttributes(node, {"d"}).GetAttrDouble(0, -1), value) << Utf8(text);
     }
     using limits = std::numeric_limits<double>;
     for (const double value : {-0.0, 0.1, 1.0 / 3.0, -2.5e-300, limits::max(), limits::denorm_min(), -limits::infinity()}) {
@@ -166,6 +172,21 @@ TEST(Xml, TypedAttributes) {
     const std::string head = "<n min=\"-9223372036854775808\" u=\"4294967295\" ch=\"65\" byte=\"200\">";
     EXPECT_EQ(Utf8(node.ToString(CXML::FORMAT_COMPACT)), head + "<b><c/></b></n>");
     EXPECT_EQ(Utf8(node.ToString(CXML::FORMAT_INDENT)), head + "\n  <b>\n    <c />\n  </b>\n</n>");
+}
+
+// One walk finds every name asked for, whatever the order of the attributes.
+TEST(Xml, AttributesReadInOneWalk) {
+    const CXML node(CString(u"<n Description=\"d\" \u00e9t\u00e9=\"\u00e0\" DisplayName=\"x\" Type=\"7\"/>"), CString());
+    const CXMLAttributes attrs(node, {"Type", "DisplayName", "Description", "Name", "\xC3\xA9t\xC3\xA9"});
+    EXPECT_EQ(attrs.GetAttrInt(0, -1), 7);
+    EXPECT_EQ(Utf8(attrs.GetAttr(1, u"-")), "x");
+    EXPECT_EQ(Utf8(attrs.GetAttr(2, u"-")), "d");
+    EXPECT_EQ(Utf8(attrs.GetAttr(3, u"-")), "-");   // absent: the default
+    EXPECT_EQ(attrs.HasAttr(3), 0);
+    EXPECT_EQ(attrs.GetAttr(4, CString()), CString(u"\u00e0"));
+    EXPECT_EQ(attrs.GetAttrInt(9, 5), 5);           // past the names
+    EXPECT_EQ(CXMLAttributes(CXML(), {"Type"}).GetAttrInt(0, 3), 3);
+    EXPECT_THROW(CXMLAttributes(node, {"a", "b", "c", "d", "e", "f", "g", "h", "i"}), CInvalidArgException);
 }
 
 // Copies share one tree, which lives as long as any handle; clones and added children are copies.

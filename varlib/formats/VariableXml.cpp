@@ -16,6 +16,7 @@
 #include <utility>
 #include <vector>
 
+#include "corelib/XMLAttributes.h"
 #include "varlib/values/Variable.h"
 #include "varlib/values/VariableArray.h"
 
@@ -36,6 +37,14 @@ struct XmlNames {
 const XmlNames& Names() {
     static const XmlNames names;
     return names;
+}
+
+// The attributes a reader takes, found in one walk over an element's
+// attributes, by their positions in this list.
+enum ReadAttr : std::size_t { READ_NAME, READ_TYPE, READ_DISPLAY_NAME, READ_DESCRIPTION, READ_VALUE, READ_INDEX };
+
+CXMLAttributes ReadAttributes(const CXML& node) {
+    return CXMLAttributes(node, {"Name", "Type", "DisplayName", "Description", "Value", "Index"});
 }
 
 // Appends children to one element, which has none yet, and hands out a handle
@@ -145,22 +154,21 @@ void WriteArray(const CVariableArray& array, const CXML& arrayNode) {
 // Reads the attributes of node into value and the payload of its type, except
 // the elements of an ARRAY: for an ARRAY node with a child, returns true and
 // leaves that child (the "ARRAY" element, whatever its name) in arrayNode.
-bool ReadOwnPart(CVariable& value, CXML& node, CXML& arrayNode) {
-    const XmlNames& names = Names();
-    value.m_strName = node.GetAttr(names.name, CString());
-    value.m_eType = static_cast<eVariableType>(node.GetAttrInt(names.type, VT_UNDEFINED));
-    value.m_strDisplayName = node.GetAttr(names.displayName, CString());
-    value.m_strDescription = node.GetAttr(names.description, CString());
+bool ReadOwnPart(CVariable& value, CXML& node, const CXMLAttributes& attrs, CXML& arrayNode) {
+    value.m_strName = attrs.GetAttr(READ_NAME, CString());
+    value.m_eType = static_cast<eVariableType>(attrs.GetAttrInt(READ_TYPE, VT_UNDEFINED));
+    value.m_strDisplayName = attrs.GetAttr(READ_DISPLAY_NAME, CString());
+    value.m_strDescription = attrs.GetAttr(READ_DESCRIPTION, CString());
     switch (value.m_eType) {
     case VT_INT: {
-        value.m_nValue = node.GetAttrInt64(names.value, 0);
+        value.m_nValue = attrs.GetAttrInt64(READ_VALUE, 0);
         CXML enumNode = node.GetFirstChild();
         if (enumNode.IsValid())
             value.m_enumValues.FromXml(enumNode);
         break;
     }
     case VT_STRING: {
-        CString text = node.GetAttr(names.value, CString());
+        CString text = attrs.GetAttr(READ_VALUE, CString());
         // Stored text uses CR LF line ends. Every LF gets a CR, even one that
         // already has a CR before it: CR LF comes back as CR CR LF.
         text.Replace(u"\n", u"\r\n");
@@ -168,7 +176,7 @@ bool ReadOwnPart(CVariable& value, CXML& node, CXML& arrayNode) {
         break;
     }
     case VT_DOUBLE:
-        value.m_dValue = node.GetAttrDouble(names.value, 0.0);
+        value.m_dValue = attrs.GetAttrDouble(READ_VALUE, 0.0);
         break;
     case VT_PDU: {
         CXML pduNode = node.GetFirstChild();
@@ -190,15 +198,15 @@ bool ReadOwnPart(CVariable& value, CXML& node, CXML& arrayNode) {
         arrayNode = node.GetFirstChild();
         return arrayNode.IsValid() != 0;
     case VT_TIME:
-        value.m_timeValue = CTime(node.GetAttrInt64(names.value, 0));
+        value.m_timeValue = CTime(attrs.GetAttrInt64(READ_VALUE, 0));
         break;
     case VT_BYTE:
         // The low 8 bits: 300 reads as 44.
-        value.m_byteValue = static_cast<unsigned char>(node.GetAttrInt(names.value, 0));
+        value.m_byteValue = static_cast<unsigned char>(attrs.GetAttrInt(READ_VALUE, 0));
         break;
     case VT_CHAR:
         // The low 16 bits: one UTF-16 code unit.
-        value.m_chValue = static_cast<char16_t>(node.GetAttrInt(names.value, 0));
+        value.m_chValue = static_cast<char16_t>(attrs.GetAttrInt(READ_VALUE, 0));
         break;
     case VT_ARRAY_ELEM:
     case VT_UNDEFINED:
@@ -214,7 +222,6 @@ bool ReadOwnPart(CVariable& value, CXML& node, CXML& arrayNode) {
 // element's own array is read completely before its next sibling, so a
 // sibling under the same index replaces it only once nothing points into it.
 void ReadArray(CVariableArray& target, const CXML& arrayNode) {
-    const XmlNames& names = Names();
     struct Frame {
         CVariableArray* pTarget;
         CXML node;   // its walk stands on the child last read
@@ -232,8 +239,9 @@ void ReadArray(CVariableArray& target, const CXML& arrayNode) {
         }
         auto pElement = std::make_unique<CVariable>();
         CXML nestedArray;
-        const bool bHasArray = ReadOwnPart(*pElement, child, nestedArray);
-        const CString index = child.GetAttr(names.index, CString());
+        const CXMLAttributes attrs = ReadAttributes(child);
+        const bool bHasArray = ReadOwnPart(*pElement, child, attrs, nestedArray);
+        const CString index = attrs.GetAttr(READ_INDEX, CString());
         CVariable* pInserted = pElement.get();
         frame.pTarget->InsertElement(index, pInserted);   // owns it from here on
         pElement.release();
@@ -266,7 +274,7 @@ void CVariable::FromXml(CXML& node) {
     // handle keeps the tree alive. The caller's child walk stays where it was.
     CXML source(node);
     CXML arrayNode;
-    if (ReadOwnPart(*this, source, arrayNode))
+    if (ReadOwnPart(*this, source, ReadAttributes(source), arrayNode))
         ReadArray(m_arrayValue, arrayNode);
 }
 
