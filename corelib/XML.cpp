@@ -11,6 +11,7 @@
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -87,15 +88,34 @@ private:
     const char* m_pText;
 };
 
-// XML forbids two attributes of one name on an element; pugixml doesn't check it.
+// XML forbids two attributes of one name on an element; pugixml doesn't check
+// it. An element with a few attributes compares every pair, first letters
+// first; one with many goes through a hash set, so that an element with
+// thousands of attributes costs linear time, not quadratic.
 bool HasDuplicateAttributes(pugi::xml_node root) {
+    constexpr std::size_t kPairwise = 16;
+    std::vector<const char*> names;
+    std::unordered_set<std::string_view> seen;
     std::vector<pugi::xml_node> stack{root};
     while (!stack.empty()) {
         const pugi::xml_node node = stack.back();
         stack.pop_back();
+        names.clear();
         for (pugi::xml_attribute a = node.first_attribute(); a; a = a.next_attribute()) {
-            for (pugi::xml_attribute b = a.next_attribute(); b; b = b.next_attribute()) {
-                if (std::strcmp(a.name(), b.name()) == 0) {
+            names.push_back(a.name());
+        }
+        if (names.size() <= kPairwise) {
+            for (std::size_t i = 0; i < names.size(); ++i) {
+                for (std::size_t j = i + 1; j < names.size(); ++j) {
+                    if (names[i][0] == names[j][0] && std::strcmp(names[i], names[j]) == 0) {
+                        return true;
+                    }
+                }
+            }
+        } else {
+            seen.clear();
+            for (const char* name : names) {
+                if (!seen.insert(name).second) {
                     return true;
                 }
             }

@@ -84,6 +84,14 @@ TEST(Xml, MalformedOrTruncatedTextGivesAnInvalidNode) {
     ASSERT_NE(CXML(CString(whole), CString()).IsValid(), 0);
     for (std::size_t n = 1; n < whole.size(); ++n)
         inputs.push_back(whole.substr(0, n));
+    // A repeated name among few attributes and among many (checked by a set there).
+    std::u16string many = u"<a";
+    for (int i = 0; i < 40; ++i)
+        many += u" n" + CString::FromUtf8(std::to_string(i)).Str() + u"='1'";
+    ASSERT_NE(CXML(CString(many + u"/>"), CString()).IsValid(), 0);
+    ASSERT_NE(CXML(CString(u"<a ab='1' ac='2' b='3'/>"), CString()).IsValid(), 0);
+    inputs.push_back(many + u" n17='2'/>");
+    inputs.push_back(u"<r><a ab='1' ac='2'/><b x='1' y='2' x='3'/></r>");
     for (const std::u16string& input : inputs) {
         SCOPED_TRACE(Utf8(CString(input)));
         EXPECT_EQ(CXML(CString(input), CString()).IsValid(), 0);
