@@ -105,6 +105,7 @@ BENCHMARK(StdUnorderedLookup)->Arg(1000)->Arg(1000000);
 // Allocations made by constructing and destroying empty objects.
 template <class T>
 void EmptyObjectAllocations(benchmark::State& state) {
+    const bench::CountingScope counting;
     const std::size_t before = bench::AllocationCount();
     for (auto _ : state) {
         T object;
@@ -126,6 +127,7 @@ using ElementMap = CMap<CString, const char16_t*, void*, void*>;
 using OrderMap = CMap<int, int, CString, const char16_t*>;
 template <class Map>
 void SmallMapHeld(benchmark::State& state) {
+    const bench::CountingScope counting;
     std::size_t allocations = 0, bytes = 0;
     for (auto _ : state) {
         Map map;

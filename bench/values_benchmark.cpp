@@ -32,6 +32,7 @@ public:
     }
 
 private:
+    bench::CountingScope m_counting;   // first: counts from before m_before is read
     benchmark::State& m_state;
     std::size_t m_before;
 };
