@@ -143,10 +143,11 @@ std::size_t Utf8Length(std::u16string_view in) {
     return n;
 }
 
-// One pass to size the result, one to write it.
-std::string EncodeUtf8(std::u16string_view in) {
-    std::string out(Utf8Length(in), '\0');
-    char* p = out.data();
+// One pass to size the result, one to write it, behind what out holds.
+void EncodeUtf8(std::string& out, std::u16string_view in) {
+    const std::size_t start = out.size();
+    out.resize(start + Utf8Length(in));
+    char* p = out.data() + start;
     for (std::size_t i = 0; i < in.size(); ++i) {
         const char16_t c = in[i];
         if (c < 0x80) {
@@ -161,7 +162,6 @@ std::string EncodeUtf8(std::u16string_view in) {
             p = WriteUtf8(p, c);
         }
     }
-    return out;
 }
 
 // The formatter's text: on the stack up to a size that holds nearly every
@@ -595,7 +595,13 @@ CString& CString::MakeLower() {
     return *this;
 }
 
-std::string CString::ToUtf8() const { return EncodeUtf8(View()); }
+std::string CString::ToUtf8() const {
+    std::string out;
+    EncodeUtf8(out, View());
+    return out;
+}
+
+void CString::AppendUtf8(std::string& out, std::u16string_view text) { EncodeUtf8(out, text); }
 
 CString CString::FromUtf8(std::string_view utf8) {
     CString s;

@@ -176,6 +176,9 @@ public:
     }
     // The text as UTF-8; an unpaired surrogate becomes U+FFFD.
     std::string ToUtf8() const;
+    // Appends the UTF-8 form of text to out, as ToUtf8 writes it: a lone
+    // surrogate becomes U+FFFD.
+    static void AppendUtf8(std::string& out, std::u16string_view text);
     // Reads UTF-8; each bad sequence becomes one U+FFFD.
     static CString FromUtf8(std::string_view utf8);
 

@@ -5,6 +5,7 @@
 #include <climits>
 #include <cstdio>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -32,6 +33,15 @@ std::string Describe(const CVariable& v) {
         out += (k ? "," : "") + index.ToUtf8() + ":" + Describe(*pElement);
     }
     return out + "]";
+}
+
+// The UTF-8 door reads bytes as their conversion to a CString would be read.
+void ExpectUtf8DoorAgrees(const std::string& bytes) {
+    SCOPED_TRACE(testing::PrintToString(bytes));
+    int bConverted = -1, bDirect = -1;
+    const std::string converted = Describe(CJSON::Parse(CString::FromUtf8(bytes), bConverted));
+    EXPECT_EQ(Describe(CJSON::Parse(std::string_view(bytes), bDirect)), converted);
+    EXPECT_EQ(bDirect, bConverted);
 }
 
 }  // namespace
@@ -83,6 +93,7 @@ TEST(JsonParse, ValuesAndLeniency) {
         int bSuccess = 0;
         EXPECT_EQ(Describe(CJSON::Parse(text, bSuccess)), value);
         EXPECT_EQ(bSuccess, 1);
+        ExpectUtf8DoorAgrees(CString(text).ToUtf8());
     }
 }
 
@@ -100,7 +111,25 @@ TEST(JsonParse, FailureResults) {
             int bSuccess = 1;
             EXPECT_EQ(Describe(CJSON::Parse(text, bSuccess)), value);
             EXPECT_EQ(bSuccess, 0);
+            ExpectUtf8DoorAgrees(CString(text).ToUtf8());
         }
+}
+
+// Bytes that are no UTF-8, NUL bytes, and escapes followed by more than ASCII,
+// where a byte is not a code unit: the door still agrees with the conversion.
+TEST(JsonParse, Utf8DoorOnBytes) {
+    const std::string rows[] = {
+        "\"\xC3\xA9t\xC3\xA9\"", "[\"a\xFF\", \"\xE4\xB8\"]", "{\"\xF0\x9F\x98\x80\":\"\xED\xA0\x80\"}",
+        "[1,\xC3\xA9]", "\xEF\xBB\xBF[1]", std::string("[1,\0,2]", 7), std::string("\"a\0b\"", 5),
+        "\"\\\xC3\xA9x\"", "\"\\\xF0\x9F\x98\x80x\"", "\"\\u00\xC3\xA9\"", "\"\\u0\xF0\x9F\x98\x80\"\"",
+        "[\"\\u\xE4\xB8\xAD\xE4\xB8\xAD\"]", "\"\\u12\"", "\"a\\q\xC3\xA9\"", "{\"k\":\"\xC3\"}",
+    };
+    for (const std::string& bytes : rows)
+        ExpectUtf8DoorAgrees(bytes);
+    int bSuccess = 0;
+    EXPECT_EQ(Describe(CJSON::Parse("{\"n\":[1,2.5]}", bSuccess)), "[n:[0:1,1:d2.5]]");   // a literal takes the door
+    EXPECT_EQ(bSuccess, 1);
+    EXPECT_EQ(Describe(CJSON::Parse(static_cast<const char*>(nullptr))), "null");
 }
 
 // A stray token fails without consuming anything; a position outside the text reads as its end,

@@ -10,6 +10,7 @@
 #include <climits>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -33,7 +34,8 @@ int HexDigit(char16_t c) {
 // wcstol reads base 16 (white space, a sign or "0x" in front count, the first
 // character that is no hex digit ends the number, nothing readable is 0), so
 // "\u00zz" gives 0 and "\u-001" gives 0xFFFF; the fast path covers four hex digits.
-char16_t HexEscape(const char16_t* four) {
+template <class Unit>
+char16_t HexEscape(const Unit* four) {
     int value = 0;
     for (int k = 0; k < 4; ++k) {
         const int digit = HexDigit(four[k]);
@@ -50,7 +52,8 @@ char16_t HexEscape(const char16_t* four) {
 // it, converted in place with from_chars. from_chars reads the same subject
 // sequence as strtod except a leading "+" and results out of range, so those
 // two are settled here and by _wtof itself.
-double TextToDouble(const char16_t* text, int length) {
+template <class Unit>
+double TextToDouble(const Unit* text, int length) {
     char small[64];
     std::string large;
     char* narrow = small;
@@ -74,15 +77,31 @@ double TextToDouble(const char16_t* text, int length) {
     if (error == std::errc::invalid_argument)
         return 0.0;
     // Overflow to infinity or underflow: exactly as the runtime gives it.
-    return _wtof(std::u16string(text, static_cast<size_t>(length)).c_str());
+    return _wtof(std::u16string(text, text + length).c_str());
 }
 
 // One parse over one text. Positions are ints as in the public interface; a
 // position outside 0 to length - 1 holds no character, so that any index a
 // caller passes reads as the end of the text instead of outside the buffer.
+//
+// Unit is char16_t for a CString, or unsigned char for UTF-8 bytes read as
+// they stand. Everything the grammar looks at is ASCII, and an ASCII byte is
+// never part of a multi-byte sequence, so the bytes between two ASCII
+// characters decode to the same code units alone as within the whole text:
+// the UTF-8 reader gives what converting the text first would give. The one
+// place where units and bytes part is a "\u" escape whose four units are not
+// all ASCII; the UTF-8 reader then gives up (NeedsUtf16) and the caller reads
+// the converted text instead.
+template <class Unit>
 class CJsonReader {
 public:
+    static constexpr bool kUtf8 = sizeof(Unit) == 1;
+
+    CJsonReader(const Unit* text, int nLength) : m_text(text), m_nLength(nLength) {}
     explicit CJsonReader(const CString& json) : m_text(json), m_nLength(json.GetLength()) {}
+
+    // The UTF-8 text held something only the converted text can be read by.
+    bool NeedsUtf16() const { return m_bNeedsUtf16; }
 
     bool HasChar(int i) const { return static_cast<unsigned>(i) < static_cast<unsigned>(m_nLength); }
 
@@ -95,7 +114,7 @@ public:
     int TokenAt(int i, int& nLength) const {
         nLength = 1;
         if (!HasChar(i)) return CJSON::TOKEN_NONE;
-        const char16_t* p = m_text + i;
+        const Unit* p = m_text + i;
         const int remaining = m_nLength - i;
         switch (*p) {
         case u'{': return CJSON::TOKEN_OBJECT_OPEN;
@@ -162,27 +181,32 @@ public:
             return;
         }
         i = last + 1;
-        const char16_t* text = m_text + first;
+        const Unit* text = m_text + first;
+        const Unit* const end = m_text + last + 1;
         if (bDouble) {
             out.ConstructDouble(TextToDouble(text, last - first + 1));
             return;
         }
         // A sign and up to 18 digits cannot overflow; longer runs go to _wtoi64,
-        // which saturates. The run starts with a number character, so _wtoi64
-        // (a sign and digits from a zero-terminated text) stops inside it.
-        const char16_t* p = text;
+        // which saturates. The run starts with a number character and ends
+        // before one that is no digit, so _wtoi64 (a sign and digits) stops inside it.
+        const Unit* p = text;
         const bool bNegative = *p == u'-';
         if (*p == u'-' || *p == u'+') ++p;
         int64_t value = 0;
-        for (int nDigits = 0; nDigits < 18 && IsDigit(*p); ++p, ++nDigits) value = value * 10 + (*p - u'0');
-        out.ConstructInteger(IsDigit(*p) ? _wtoi64(text) : (bNegative ? -value : value));
+        for (int nDigits = 0; nDigits < 18 && p < end && IsDigit(*p); ++p, ++nDigits) value = value * 10 + (*p - u'0');
+        if (p < end && IsDigit(*p)) {
+            out.ConstructInteger(_wtoi64(std::u16string(text, end).c_str()));
+            return;
+        }
+        out.ConstructInteger(bNegative ? -value : value);
     }
 
     // The characters after an opening quote up to the closing one, escapes
     // resolved. false at the end of the text or on a "\u" with fewer than four
     // characters left; i then stays where reading stopped.
-    bool StringBody(int& i, CString& out) const {
-        const char16_t* const text = m_text;
+    bool StringBody(int& i, CString& out) {
+        const Unit* const text = m_text;
         const int n = m_nLength;
         // Most strings have no escape: one scan, one allocation of the exact size.
         int j = i;
@@ -192,28 +216,33 @@ public:
             return false;
         }
         if (text[j] == u'"') {
-            out = CString(text + i, j - i);
+            out = Units(text + i, j - i);
             i = j + 1;
             return true;
         }
         std::u16string value;
         value.reserve(static_cast<size_t>(j - i) + 16);
-        value.append(text + i, static_cast<size_t>(j - i));
+        AppendUnits(value, text + i, j - i);
         i = j;
         for (;;) {
             if (i >= n) return false;
-            const char16_t c = text[i++];
+            const Unit c = text[i++];
             if (c == u'"') break;
             if (c != u'\\') {
                 int run = i;
                 while (run < n && text[run] != u'"' && text[run] != u'\\') ++run;
-                value.push_back(c);
-                value.append(text + i, static_cast<size_t>(run - i));
+                AppendUnits(value, text + i - 1, run - i + 1);
                 i = run;
                 continue;
             }
             if (i >= n) return false;
-            const char16_t escaped = text[i++];
+            const Unit escaped = text[i++];
+            if constexpr (kUtf8) {
+                if (escaped >= 0x80) {   // drops one unit of a character that may be several bytes
+                    m_bNeedsUtf16 = true;
+                    return false;
+                }
+            }
             switch (escaped) {
             case u'"': case u'\\': case u'/': value.push_back(escaped); break;
             case u'b': value.push_back(u'\b'); break;
@@ -222,7 +251,14 @@ public:
             case u'r': value.push_back(u'\r'); break;
             case u't': value.push_back(u'\t'); break;
             case u'u':
+                // Fewer than four bytes are fewer than four units too.
                 if (n - i < 4) return false;
+                if constexpr (kUtf8) {
+                    if (text[i] >= 0x80 || text[i + 1] >= 0x80 || text[i + 2] >= 0x80 || text[i + 3] >= 0x80) {
+                        m_bNeedsUtf16 = true;
+                        return false;
+                    }
+                }
                 value.push_back(HexEscape(text + i));
                 i += 4;
                 break;
@@ -236,7 +272,7 @@ public:
 
     // ParseString: white space, one character stepped over unexamined, the body.
     // A position that holds no character has no opening quote to step over: fail there.
-    bool String(int& i, CString& out) const {
+    bool String(int& i, CString& out) {
         SkipWhitespace(i);
         if (!HasChar(i)) return false;
         ++i;
@@ -380,9 +416,24 @@ private:
         return m_indexTexts[static_cast<size_t>(n)];
     }
 
-    const char16_t* m_text;   // zero-terminated; m_nLength code units before the terminator
+    // The units from text on as a CString.
+    static CString Units(const Unit* text, int count) {
+        if constexpr (kUtf8)
+            return CString::FromUtf8(std::string_view(reinterpret_cast<const char*>(text), static_cast<size_t>(count)));
+        else
+            return CString(text, count);
+    }
+    static void AppendUnits(std::u16string& out, const Unit* text, int count) {
+        if constexpr (kUtf8)
+            out += Units(text, count).View();
+        else
+            out.append(text, static_cast<size_t>(count));
+    }
+
+    const Unit* m_text;   // m_nLength units; a CString's are zero-terminated, UTF-8 bytes need not be
     int m_nLength;
     std::vector<CString> m_indexTexts;
+    bool m_bNeedsUtf16 = false;
 };
 
 }  // namespace
@@ -393,7 +444,7 @@ CVariable CJSON::Parse(const CString& json, int& bSuccess) {
     if (json.IsEmpty())
         return result;
     int index = 0;
-    CJsonReader(json).Value(index, bSuccess, 0, result);
+    CJsonReader<char16_t>(json).Value(index, bSuccess, 0, result);
     return result;
 }
 
@@ -402,15 +453,36 @@ CVariable CJSON::Parse(const CString& json) {
     return Parse(json, bSuccess);
 }
 
+CVariable CJSON::Parse(std::string_view utf8, int& bSuccess) {
+    // Positions are ints; a text too long for them is read as its conversion is.
+    if (utf8.size() > static_cast<size_t>(INT_MAX))
+        return Parse(CString::FromUtf8(utf8), bSuccess);
+    bSuccess = 1;
+    CVariable result;
+    if (utf8.empty())
+        return result;
+    int index = 0;
+    CJsonReader<unsigned char> reader(reinterpret_cast<const unsigned char*>(utf8.data()), static_cast<int>(utf8.size()));
+    reader.Value(index, bSuccess, 0, result);
+    if (reader.NeedsUtf16())
+        return Parse(CString::FromUtf8(utf8), bSuccess);
+    return result;
+}
+
+CVariable CJSON::Parse(std::string_view utf8) {
+    int bSuccess = 1;
+    return Parse(utf8, bSuccess);
+}
+
 CVariable CJSON::ParseValue(const CString& json, int& index, int& bSuccess) {
     CVariable result;
-    CJsonReader(json).Value(index, bSuccess, 0, result);
+    CJsonReader<char16_t>(json).Value(index, bSuccess, 0, result);
     return result;
 }
 
 CVariable CJSON::ParseObject(const CString& json, int& index, int& bSuccess) {
     CVariable result;
-    CJsonReader reader(json);
+    CJsonReader<char16_t> reader(json);
     reader.NextToken(index);   // the "{", taken unexamined
     reader.ObjectBody(index, bSuccess, 1, result);
     return result;
@@ -418,7 +490,7 @@ CVariable CJSON::ParseObject(const CString& json, int& index, int& bSuccess) {
 
 CVariable CJSON::ParseArray(const CString& json, int& index, int& bSuccess) {
     CVariable result;
-    CJsonReader reader(json);
+    CJsonReader<char16_t> reader(json);
     reader.NextToken(index);   // the "[", taken unexamined
     reader.ArrayBody(index, bSuccess, 1, result);
     return result;
@@ -427,7 +499,7 @@ CVariable CJSON::ParseArray(const CString& json, int& index, int& bSuccess) {
 CVariable CJSON::ParseString(const CString& json, int& index, int& bSuccess) {
     CVariable result;
     CString text;
-    if (!CJsonReader(json).String(index, text)) {
+    if (!CJsonReader<char16_t>(json).String(index, text)) {
         bSuccess = 0;
         return result;
     }
@@ -438,19 +510,19 @@ CVariable CJSON::ParseString(const CString& json, int& index, int& bSuccess) {
 
 CVariable CJSON::ParseNumber(const CString& json, int& index) {
     CVariable result;
-    CJsonReader reader(json);
+    CJsonReader<char16_t> reader(json);
     reader.SkipWhitespace(index);
     reader.NumberAt(index, result);
     return result;
 }
 
-int CJSON::NextToken(const CString& json, int& index) { return CJsonReader(json).NextToken(index); }
+int CJSON::NextToken(const CString& json, int& index) { return CJsonReader<char16_t>(json).NextToken(index); }
 
-int CJSON::CheckNextToken(const CString& json, int index) { return CJsonReader(json).NextToken(index); }
+int CJSON::CheckNextToken(const CString& json, int index) { return CJsonReader<char16_t>(json).NextToken(index); }
 
 int CJSON::LastIndexOfNumber(const CString& json, int index) {
     bool bDouble = false;
-    return CJsonReader(json).LastIndexOfNumber(index, bDouble);
+    return CJsonReader<char16_t>(json).LastIndexOfNumber(index, bDouble);
 }
 
-void CJSON::SkipWhitespace(const CString& json, int& index) { CJsonReader(json).SkipWhitespace(index); }
+void CJSON::SkipWhitespace(const CString& json, int& index) { CJsonReader<char16_t>(json).SkipWhitespace(index); }

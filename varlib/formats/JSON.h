@@ -22,6 +22,8 @@
 // Threading: no state, so any number of threads may parse at once.
 #pragma once
 
+#include <string_view>
+
 #include "corelib/framework/String.h"
 #include "varlib/values/Variable.h"
 
@@ -50,6 +52,15 @@ public:
     static CVariable Parse(const CString& json, int& bSuccess);
     // The same, with the flag thrown away.
     static CVariable Parse(const CString& json);
+    // UTF-8 text, read as it stands: the value and the flag are those of
+    // Parse(CString::FromUtf8(utf8)), ill-formed sequences and NUL bytes
+    // included, without the converted copy of the text.
+    static CVariable Parse(std::string_view utf8, int& bSuccess);
+    static CVariable Parse(std::string_view utf8);
+    // A zero-terminated UTF-8 text (null reads as empty), as CString(const char*)
+    // takes it; without these a string literal would fit both kinds of text.
+    static CVariable Parse(const char* utf8, int& bSuccess) { return Parse(Utf8View(utf8), bSuccess); }
+    static CVariable Parse(const char* utf8) { return Parse(Utf8View(utf8)); }
 
     // The value at index, dispatched on the next token; index ends behind it.
     static CVariable ParseValue(const CString& json, int& index, int& bSuccess);
@@ -74,4 +85,7 @@ public:
     static int LastIndexOfNumber(const CString& json, int index);
     // Moves index past " ", "\t", "\n" and "\r".
     static void SkipWhitespace(const CString& json, int& index);
+
+private:
+    static std::string_view Utf8View(const char* utf8) { return utf8 ? std::string_view(utf8) : std::string_view(); }
 };
