@@ -62,6 +62,13 @@ TEST(JsonRoundTrip, GeneratedValuesComeBackAsPromised) {
         valuegen::ExpectSameValue(Expected(value), parsed);
         int bRewritten = 0;
         EXPECT_EQ(parsed.ToJSON(bRewritten, 0), json);   // and writes the same text again
+        // The UTF-8 doors: the same bytes written directly, the same value read from them.
+        int bUtf8 = 0, bUtf8Parsed = 0;
+        const std::string utf8 = value.ToJSONUtf8(bUtf8, i % 3);
+        EXPECT_EQ(utf8, value.ToJSON(bWritten, i % 3).ToUtf8());
+        EXPECT_EQ(bUtf8, bWritten);
+        valuegen::ExpectSameValue(CJSON::Parse(json.ToUtf8()), CJSON::Parse(std::string_view(utf8), bUtf8Parsed));
+        EXPECT_EQ(bUtf8Parsed, 1);
     }
 }
 

@@ -16,6 +16,10 @@ CString Json(const CVariable& v, int nIndent = 0) {
     int bSuccess = -1;
     CString text = v.ToJSON(bSuccess, nIndent);
     EXPECT_EQ(bSuccess, 1);
+    // The UTF-8 writer gives the same text's bytes.
+    int bUtf8 = -1;
+    EXPECT_EQ(v.ToJSONUtf8(bUtf8, nIndent), text.ToUtf8());
+    EXPECT_EQ(bUtf8, 1);
     return text;
 }
 
@@ -43,7 +47,11 @@ TEST(VariableJson, TypeTable) {
     CSnmpPdu pdu;
     CSnmpVarBind vb(CString(u"1.3.6.1.2.1.1.1.0"));
     const std::pair<CVariable, CString> rows[] = {
-        {Str(u"a\\b\"c\td\x01"), u"\"a\\\\b\\\"c\\td\x01\""}, {Str(u""), u"\"\""}, {CVariable(-0.25), u"-0.250000"},
+        {Str(u"a\\b\"c\td\x01"), u"\"a\\\\b\\\"c\\td\x01\""}, {Str(u""), u"\"\""},
+        {Str(u"\u00e9\U0001F600"), u"\"\u00e9\U0001F600\""},
+        {CVariable(CString(std::u16string{u'a', char16_t(0xD800), u'\n', char16_t(0xDC00)})),   // lone surrogates
+         CString(std::u16string{u'"', u'a', char16_t(0xD800), u'\\', u'n', char16_t(0xDC00), u'"'})},
+        {CVariable(-0.25), u"-0.250000"},
         {CVariable(1e20), u"100000000000000000000.000000"},
         {CVariable(-std::numeric_limits<double>::infinity()), u"-inf"},   // as printf writes it
         {CVariable(std::numeric_limits<int64_t>::min()), u"-9223372036854775808"}, {withEnum, u"2"},   // not the name
@@ -107,6 +115,9 @@ TEST(VariableJson, FailsOnValueWithoutJsonFormAtAnyDepth) {
         for (int nIndent : {0, 4}) {
             int bSuccess = 1;
             EXPECT_EQ(value.ToJSON(bSuccess, nIndent), CString());
+            EXPECT_EQ(bSuccess, 0);
+            bSuccess = 1;
+            EXPECT_EQ(value.ToJSONUtf8(bSuccess, nIndent), "");
             EXPECT_EQ(bSuccess, 0);
         }
     }

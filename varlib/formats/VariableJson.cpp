@@ -44,14 +44,22 @@ constexpr char16_t EscapeLetter(char16_t ch) {
     }
 }
 
-// The text being written. It grows in a buffer kept from call to call on the
-// thread (up to kKeptUnits code units), so that a writer called again and
-// again works in memory the process already has: a text that doubled its way
-// up in fresh blocks each call would fault in every page it touches, since
-// the heap hands large freed blocks straight back to the system. The result is
-// one exact copy.
+// The text being written, in UTF-16 (Char char16_t, for ToJSON) or UTF-8
+// (char, for ToJSONUtf8). Everything the writer adds itself is ASCII; value
+// texts are converted as they are appended, and since each run of them starts
+// and ends next to ASCII, converting run by run gives what converting the
+// whole text would.
+//
+// It grows in a buffer kept from call to call on the thread (up to
+// kKeptBytes), so that a writer called again and again works in memory the
+// process already has: a text that doubled its way up in fresh blocks each
+// call would fault in every page it touches, since the heap hands large freed
+// blocks straight back to the system. The result is one exact copy.
+template <class Char>
 class JsonText {
 public:
+    using Text = std::basic_string<Char>;
+
     // A writer that starts while another on the thread is still writing (one
     // called from inside a conversion) gets a text of its own.
     JsonText() : m_pText(t_bBusy ? &m_own : &t_scratch), m_bShared(!t_bBusy) {
@@ -62,32 +70,53 @@ public:
         if (!m_bShared)
             return;
         t_bBusy = false;
-        if (t_scratch.capacity() > kKeptUnits)
-            std::u16string().swap(t_scratch);
+        if (t_scratch.capacity() * sizeof(Char) > kKeptBytes)
+            Text().swap(t_scratch);
     }
     JsonText(const JsonText&) = delete;
     JsonText& operator=(const JsonText&) = delete;
 
-    void Append(std::u16string_view text) { m_pText->append(text); }
-    void Append(char16_t ch) { m_pText->push_back(ch); }
-    // Cuts every trailing character of the set.
-    void TrimRight(std::u16string_view set) {
-        const std::size_t keep = m_pText->find_last_not_of(set);
-        m_pText->resize(keep == std::u16string::npos ? 0 : keep + 1);
+    void Append(std::u16string_view text) {
+        if constexpr (sizeof(Char) == 2)
+            m_pText->append(text);
+        else
+            CString::AppendUtf8(*m_pText, text);
     }
-    CString Result() const { return CString(std::u16string_view(*m_pText)); }
+    void Append(char16_t ch) {
+        if (sizeof(Char) == 2 || ch < 0x80)
+            m_pText->push_back(static_cast<Char>(ch));
+        else
+            Append(std::u16string_view(&ch, 1));
+    }
+    // ASCII text (numbers).
+    void AppendAscii(const char* first, const char* last) { m_pText->append(first, last); }
+    // Cuts every trailing character of the (ASCII) set.
+    void TrimRight(std::u16string_view set) {
+        std::size_t keep = m_pText->size();
+        while (keep > 0 && set.find(static_cast<char16_t>((*m_pText)[keep - 1])) != std::u16string_view::npos)
+            --keep;
+        m_pText->resize(keep);
+    }
+    auto Result() const {
+        if constexpr (sizeof(Char) == 2)
+            return CString(std::u16string_view(*m_pText));
+        else
+            return std::string(*m_pText);
+    }
 
 private:
-    static constexpr std::size_t kKeptUnits = std::size_t{4} << 20;   // 8 MB
-    static thread_local std::u16string t_scratch;
+    static constexpr std::size_t kKeptBytes = std::size_t{8} << 20;
+    static thread_local Text t_scratch;
     static thread_local bool t_bBusy;
 
-    std::u16string m_own;
-    std::u16string* m_pText;
+    Text m_own;
+    Text* m_pText;
     bool m_bShared;
 };
-thread_local std::u16string JsonText::t_scratch;
-thread_local bool JsonText::t_bBusy = false;
+template <class Char>
+thread_local std::basic_string<Char> JsonText<Char>::t_scratch;
+template <class Char>
+thread_local bool JsonText<Char>::t_bBusy = false;
 
 // One pass that gives what the seven replacements (backslash first) give: no
 // replacement brings in a character that a later one replaces.
@@ -106,48 +135,45 @@ void AppendEscaped(Out& out, std::u16string_view text) {
     out.Append(text.substr(runStart));
 }
 
-void AppendQuoted(JsonText& out, std::u16string_view text) {
+template <class Out>
+void AppendQuoted(Out& out, std::u16string_view text) {
     out.Append(u'"');
     AppendEscaped(out, text);
     out.Append(u'"');
 }
 
-// A number's text (at most 400 characters, all ASCII).
-void AppendAscii(JsonText& out, const char* first, const char* last) {
-    char16_t wide[400];
-    const auto n = std::min<std::ptrdiff_t>(last - first, 400);
-    std::copy(first, first + n, wide);
-    out.Append(std::u16string_view(wide, static_cast<std::size_t>(n)));
-}
-
-void AppendInteger(JsonText& out, int64_t value) {
+template <class Out>
+void AppendInteger(Out& out, int64_t value) {
     char buffer[24];
     const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
-    AppendAscii(out, buffer, result.ptr);
+    out.AppendAscii(buffer, result.ptr);
 }
 
 // The "%f" text of ToString(0): fixed point with six decimals. to_chars gives
 // printf's exact, correctly rounded digits without the locale and the format
 // parsing; NaN and the infinities go through ToString so that they read as
 // the platform's printf writes them.
-void AppendDouble(JsonText& out, const CVariable& value) {
+template <class Out>
+void AppendDouble(Out& out, const CVariable& value) {
     if (!std::isfinite(value.m_dValue)) {
         out.Append(value.ToString(0).View());
         return;
     }
     char buffer[400];   // DBL_MAX has 309 integer digits
     const auto result = std::to_chars(buffer, buffer + sizeof buffer, value.m_dValue, std::chars_format::fixed, 6);
-    AppendAscii(out, buffer, result.ptr);
+    out.AppendAscii(buffer, result.ptr);
 }
 
-void AppendSpaces(JsonText& out, int64_t count) {
+template <class Out>
+void AppendSpaces(Out& out, int64_t count) {
     static constexpr std::u16string_view kSpaces = u"                                                                ";
     for (; count > 0; count -= static_cast<int64_t>(kSpaces.size()))
         out.Append(kSpaces.substr(0, static_cast<std::size_t>(std::min<int64_t>(count, kSpaces.size()))));
 }
 
 // Writes a value that is not an ARRAY; false if it has no JSON form.
-bool AppendScalar(JsonText& out, const CVariable& value) {
+template <class Out>
+bool AppendScalar(Out& out, const CVariable& value) {
     if (value.IsString()) {
         AppendQuoted(out, value.m_strValue.View());
     } else if (value.IsDouble()) {
@@ -185,7 +211,8 @@ struct StringOut {
 
 }  // namespace
 
-CString CVariable::ToJSON(int& bSuccess, int nIndent) const {
+template <class Out>
+bool CVariable::WriteJson(Out& out, int nIndent) const {
     // An element to write and the index it is stored under (what a copy of
     // the element would carry in m_strIndex).
     struct JsonItem {
@@ -200,15 +227,8 @@ CString CVariable::ToJSON(int& bSuccess, int nIndent) const {
         bool bObject;      // a JSON object (first index not a number) rather than an array
     };
 
-    bSuccess = 1;
-    JsonText out;
-    if (!IsArray()) {
-        if (!AppendScalar(out, *this)) {
-            bSuccess = 0;
-            return CString();
-        }
-        return out.Result();
-    }
+    if (!IsArray())
+        return AppendScalar(out, *this);
 
     // The items of every open level, innermost last. A level's elements are
     // gathered in one tight loop when it opens: the ordinal lookups of one
@@ -241,7 +261,7 @@ CString CVariable::ToJSON(int& bSuccess, int nIndent) const {
 
     // An ARRAY without elements has the empty text at the top.
     if (!open(*this, nIndent))
-        return CString();
+        return true;
 
     while (!frames.empty()) {
         JsonFrame& frame = frames.back();
@@ -274,13 +294,23 @@ CString CVariable::ToJSON(int& bSuccess, int nIndent) const {
                 out.Append(u"[],\n");
             continue;
         }
-        if (!AppendScalar(out, *item.pElement)) {
-            bSuccess = 0;
-            return CString();
-        }
+        if (!AppendScalar(out, *item.pElement))
+            return false;
         out.Append(u",\n");
     }
-    return out.Result();
+    return true;
+}
+
+CString CVariable::ToJSON(int& bSuccess, int nIndent) const {
+    JsonText<char16_t> out;
+    bSuccess = WriteJson(out, nIndent) ? 1 : 0;
+    return bSuccess ? out.Result() : CString();
+}
+
+std::string CVariable::ToJSONUtf8(int& bSuccess, int nIndent) const {
+    JsonText<char> out;
+    bSuccess = WriteJson(out, nIndent) ? 1 : 0;
+    return bSuccess ? out.Result() : std::string();
 }
 
 void CVariable::NormalizeJsonString(CString& text) {

@@ -7,6 +7,8 @@
 // a time.
 #pragma once
 
+#include <string>
+
 #include <cstdint>
 
 #include "corelib/XML.h"
@@ -176,6 +178,9 @@ public:
     // The JSON text of the value; bSuccess 0 and the empty text if it has none.
     // nIndent: spaces before the line that holds this value (each level adds 4).
     CString ToJSON(int& bSuccess, int nIndent) const;
+    // The same text as UTF-8 bytes, written directly: byte for byte
+    // ToJSON(bSuccess, nIndent).ToUtf8(), without the UTF-16 text between.
+    std::string ToJSONUtf8(int& bSuccess, int nIndent) const;
     // Escapes text in place for use inside a JSON string.
     static void NormalizeJsonString(CString& text);
 
@@ -212,6 +217,10 @@ private:
     void CopyAllButArray(const CVariable& src);
     // Zeroes the numeric payloads, clears the element flag, stamps the time.
     void BeginConstruct();
+    // ToJSON's walk, writing into out (UTF-16 or UTF-8); false if some value
+    // has no JSON form. Defined and used in formats/VariableJson.cpp only.
+    template <class Out>
+    bool WriteJson(Out& out, int nIndent) const;
 };
 
 // Every element of every array, every cache entry and every argument is one of
