@@ -7,6 +7,7 @@
 
 bool CArgumentReader::Read(const std::string& strJson, CVariableList& arguments, std::string& strError) {
     arguments.RemoveAll();
+    // As a CString: only the entry points that take a position tell where the array ended.
     const CString json = CUtility::UTF8toUTF16(strJson);
     int index = 0;
     CJSON::SkipWhitespace(json, index);

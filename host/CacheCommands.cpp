@@ -224,7 +224,8 @@ int Find(const CacheOptions& options) {
     return EXIT_OK;
 }
 
-// One JSON value, with nothing but blanks after it.
+// One JSON value, with nothing but blanks after it. Read as a CString: only
+// the entry points that take a position tell where the value ended.
 bool ReadJson(const std::string& strJson, CVariable& value) {
     const CString json = Wide(strJson);
     int index = 0;
