@@ -31,17 +31,23 @@
 #include <rapidjson/stringbuffer.h>
 
 #include "corelib/XML.h"
+#include "IntegerArray.h"
 #include "varlib/formats/JSON.h"
 #include "varlib/values/Variable.h"
 #include "varlib/values/VariableArray.h"
 
 namespace {
 
-// The document's bytes, read once per file; empty if it can't be read.
+// The generated array of a million integers, beside the files.
+const char* const kIntegers = "1M integers";
+
+// The document's bytes, read once per file (or generated); empty if it can't be read.
 const std::string& Document(const std::string& name) {
     static std::map<std::string, std::string> cache;
     auto it = cache.find(name);
     if (it == cache.end()) {
+        if (name == kIntegers)
+            return cache.emplace(name, bench::IntegerArray(1000000)).first->second;
         std::ifstream file(std::string(TW_BENCH_DATA_DIR) + "/" + name, std::ios::binary);
         std::ostringstream bytes;
         if (file)
@@ -137,7 +143,7 @@ void JsonParseCJSON(benchmark::State& state, const std::string& name) {
         return;
     for (auto _ : state) {
         int bSuccess = 0;
-        CVariable value = CJSON::Parse(CString::FromUtf8(*bytes), bSuccess);
+        CVariable value = CJSON::Parse(std::string_view(*bytes), bSuccess);   // the UTF-8 door
         benchmark::DoNotOptimize(value);
         if (!bSuccess)
             state.SkipWithError("CJSON::Parse failed");
@@ -192,7 +198,7 @@ void JsonToJSONUtf8(benchmark::State& state, const std::string& name) {
     const CVariable& value = ValueOf(name);
     for (auto _ : state) {
         int bSuccess = 0;
-        std::string text = value.ToJSON(bSuccess, 0).ToUtf8();
+        std::string text = value.ToJSONUtf8(bSuccess, 0);
         benchmark::DoNotOptimize(text);
         if (!bSuccess)
             state.SkipWithError("ToJSON failed");
@@ -328,6 +334,8 @@ void XmlPugiPrint(benchmark::State& state) {
     BENCHMARK_CAPTURE(function, citm_catalog, std::string("citm_catalog.json")) \
         ->Unit(benchmark::kMillisecond);                                    \
     BENCHMARK_CAPTURE(function, twitter, std::string("twitter.json"))       \
+        ->Unit(benchmark::kMillisecond);                                    \
+    BENCHMARK_CAPTURE(function, integers, std::string(kIntegers))           \
         ->Unit(benchmark::kMillisecond)
 
 TW_JSON_BENCHMARKS(JsonUtf8ToCString);

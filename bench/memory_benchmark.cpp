@@ -22,6 +22,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "IntegerArray.h"
 #include "varlib/formats/JSON.h"
 #include "varlib/values/Variable.h"
 #include "varlib/values/VariableList.h"
@@ -33,17 +34,6 @@ std::string ReadFile(const std::string& path) {
     std::ostringstream bytes;
     if (file) bytes << file.rdbuf();
     return bytes.str();
-}
-
-// A JSON array of count integers, as a host might receive a counter table.
-std::string IntegerArray(int count) {
-    std::string text = "[";
-    for (int i = 0; i < count; ++i) {
-        if (i) text += ',';
-        text += std::to_string(static_cast<int64_t>(i) * 7919 % 1000003);
-    }
-    text += ']';
-    return text;
 }
 
 // Runs work in a child process and gives its peak resident set in MB, or -1.
@@ -87,7 +77,7 @@ int main(int argc, char** argv) {
         {"canada.json", [&] { return ReadFile(dir + "/canada.json"); }},
         {"citm_catalog.json", [&] { return ReadFile(dir + "/citm_catalog.json"); }},
         {"twitter.json", [&] { return ReadFile(dir + "/twitter.json"); }},
-        {"1M integers", [] { return IntegerArray(1000000); }},
+        {"1M integers", [] { return bench::IntegerArray(1000000); }},
     };
 
     std::printf("\npeak RSS in MB (a fresh process each: read the text, parse it, hold the value)\n");
