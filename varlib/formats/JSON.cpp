@@ -454,18 +454,27 @@ CVariable CJSON::Parse(const CString& json) {
 }
 
 CVariable CJSON::Parse(std::string_view utf8, int& bSuccess) {
-    // Positions are ints; a text too long for them is read as its conversion is.
-    if (utf8.size() > static_cast<size_t>(INT_MAX))
-        return Parse(CString::FromUtf8(utf8), bSuccess);
+    // One variable returned on every path, so that it is built in place: a
+    // CVariable has no move, and a second return would copy the whole value.
     bSuccess = 1;
     CVariable result;
     if (utf8.empty())
         return result;
-    int index = 0;
-    CJsonReader<unsigned char> reader(reinterpret_cast<const unsigned char*>(utf8.data()), static_cast<int>(utf8.size()));
-    reader.Value(index, bSuccess, 0, result);
-    if (reader.NeedsUtf16())
-        return Parse(CString::FromUtf8(utf8), bSuccess);
+    // Positions are ints; a text too long for them is read as its conversion is.
+    bool bConvert = utf8.size() > static_cast<size_t>(INT_MAX);
+    if (!bConvert) {
+        int index = 0;
+        CJsonReader<unsigned char> reader(reinterpret_cast<const unsigned char*>(utf8.data()), static_cast<int>(utf8.size()));
+        reader.Value(index, bSuccess, 0, result);
+        bConvert = reader.NeedsUtf16();
+    }
+    if (bConvert) {
+        const CString json = CString::FromUtf8(utf8);
+        result = CVariable();
+        bSuccess = 1;
+        int index = 0;
+        CJsonReader<char16_t>(json).Value(index, bSuccess, 0, result);
+    }
     return result;
 }
 
