@@ -297,6 +297,14 @@ private:
     void Release(Body* body) {
         if (!body->bBig) {
             DestroyChain(body->pHead);
+        } else if (CAssoc* const* index = body->pIndex) {
+            // Through the index, as in IndexGrow: independent loads, overlapped misses.
+            const std::size_t capacity = body->IndexMask() + 1;
+            constexpr std::size_t kAhead = 8;
+            for (std::size_t i = 0; i < capacity; ++i) {
+                if (i + kAhead < capacity && index[i + kAhead]) __builtin_prefetch(index[i + kAhead]);
+                if (index[i]) index[i]->~CAssoc();
+            }
         } else {
             CAssoc** table = body->pTable;
             for (unsigned int b = 0; b < body->nHashTableSize; ++b) DestroyChain(table[b]);
@@ -512,14 +520,26 @@ private:
     [[gnu::noinline]] static void IndexGrow(Body& body, intptr_t count) {
         std::size_t capacity = body.pIndex ? (body.IndexMask() + 1) * 2 : 16;
         while (static_cast<std::size_t>(count) * 4 > capacity * 3) capacity *= 2;
-        CAssoc** index = new CAssoc*[capacity]();
-        delete[] body.pIndex;
-        body.pIndex = index;
+        CAssoc** const old = body.pIndex;
+        const std::size_t oldCapacity = old ? body.IndexMask() + 1 : 0;
+        body.pIndex = new CAssoc*[capacity]();
         int bits = 0;
         while ((std::size_t{1} << bits) < capacity) ++bits;
         body.nIndexShift = static_cast<unsigned int>(64 - bits) & 63u;
-        for (unsigned int b = 0; b < body.nHashTableSize; ++b)
-            for (CAssoc* p = body.pTable[b]; p; p = p->pNext) IndexInsert(body, p);
+        if (!old) {
+            for (unsigned int b = 0; b < body.nHashTableSize; ++b)
+                for (CAssoc* p = body.pTable[b]; p; p = p->pNext) IndexInsert(body, p);
+            return;
+        }
+        // From the old index rather than along the chains: each node's hash is
+        // then a load of its own instead of one behind the link before it, so
+        // the processor overlaps the misses of a map larger than its caches.
+        constexpr std::size_t kAhead = 8;
+        for (std::size_t i = 0; i < oldCapacity; ++i) {
+            if (i + kAhead < oldCapacity && old[i + kAhead]) __builtin_prefetch(old[i + kAhead]);
+            if (old[i]) IndexInsert(body, old[i]);
+        }
+        delete[] old;
     }
     // Backward-shift deletion keeps every probe run unbroken without tombstones.
     static void IndexErase(Body& body, const CAssoc* pAssoc) {
