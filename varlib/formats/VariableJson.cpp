@@ -77,10 +77,17 @@ public:
     JsonText& operator=(const JsonText&) = delete;
 
     void Append(std::u16string_view text) {
-        if constexpr (sizeof(Char) == 2)
+        if constexpr (sizeof(Char) == 2) {
             m_pText->append(text);
-        else
+        } else if (std::all_of(text.begin(), text.end(), [](char16_t ch) { return ch < 0x80; })) {
+            // ASCII, as the writer's own punctuation and indentation and most
+            // texts are: narrowed in one pass, without sizing the UTF-8 first.
+            const std::size_t start = m_pText->size();
+            m_pText->resize(start + text.size());
+            std::copy(text.begin(), text.end(), m_pText->begin() + static_cast<std::ptrdiff_t>(start));
+        } else {
             CString::AppendUtf8(*m_pText, text);
+        }
     }
     void Append(char16_t ch) {
         if (sizeof(Char) == 2 || ch < 0x80)
