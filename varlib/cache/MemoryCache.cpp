@@ -18,7 +18,7 @@ CMemoryCache* CMemoryCache::m_pInstance = nullptr;
 namespace {
 constexpr unsigned int kEntryBuckets = 100000;
 constexpr intptr_t kEntryBlockSize = 10;
-constexpr const char16_t* kKeyAttr = u"Key";
+const CString kKeyAttr(u"Key");   // made once: a CString from a literal allocates
 // The platform's open flags: create or empty, write only; and read with share-deny-none.
 constexpr unsigned int kSaveFlags = CFile::modeCreate | CFile::modeWrite;   // 0x1001
 constexpr unsigned int kLoadFlags = CFile::modeRead | CFile::shareDenyNone; // 0x40

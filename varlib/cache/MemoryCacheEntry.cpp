@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "corelib/XMLAttributes.h"
 #include "varlib/values/VariableArray.h"
 
 const CString CMemoryCacheEntry::TAG_NAME(u"MemoryCacheEntry");
@@ -11,9 +12,11 @@ const CString CMemoryCacheEntry::ENTRIES_TAG_NAME(u"ENTRIES");
 const CString CMemoryCacheEntry::ENTRY_TAG_NAME(u"ENTRY");
 
 namespace {
-constexpr const char16_t* kHashTableSizeAttr = u"HashTableSize";
-constexpr const char16_t* kValueAttr = u"Value";
-constexpr const char16_t* kIndexAttr = u"Index";
+// Strings made once, like the tags above: a CString made from a literal at
+// each call allocates, and an entry writes two names a pair.
+const CString kHashTableSizeAttr(u"HashTableSize");
+const CString kValueAttr(u"Value");
+const CString kIndexAttr(u"Index");
 }  // namespace
 
 CMemoryCacheEntry::CMemoryCacheEntry() : CMap(10) {}
@@ -85,8 +88,10 @@ void CMemoryCacheEntry::FromXml(CXML& node) {
                 if (nBuckets > 0)
                     InitHashTable(static_cast<unsigned int>(nBuckets));
             }
-            for (CXML pair = child.GetFirstChild(); pair.IsValid(); pair = child.GetNextChild())
-                SetAt(pair.GetAttr(kValueAttr, CString()), pair.GetAttr(kIndexAttr, CString()));
+            for (CXML pair = child.GetFirstChild(); pair.IsValid(); pair = child.GetNextChild()) {
+                const CXMLAttributes attrs(pair, {"Value", "Index"});
+                SetAt(attrs.GetAttr(0, CString()), attrs.GetAttr(1, CString()));
+            }
         }
     }
 }
