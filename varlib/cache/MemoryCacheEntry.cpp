@@ -103,8 +103,12 @@ CXML CMemoryCacheEntry::ToXml() const {
 }
 
 void CMemoryCacheEntry::WriteInto(CXML& node) const {
-    if (m_pVariable != nullptr)
-        node.AddChild(m_pVariable->ToXml());
+    // The value is written in place too, into an empty first child.
+    if (m_pVariable != nullptr) {
+        node.AddChild(CXML(CVariable::GetTagName()));
+        CXML value = node.GetFirstChild();
+        m_pVariable->WriteXml(value);
+    }
     // ENTRIES goes into the tree first and is filled there, and each ENTRY is
     // appended empty and filled in place through the parent's child walk,
     // which follows the appends: no filled subtree is copied a second time.

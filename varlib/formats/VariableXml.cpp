@@ -258,14 +258,17 @@ void ReadArray(CVariableArray& target, const CXML& arrayNode) {
 // ---------------------------------------------------------------------------
 
 CXML CVariable::ToXml() const {
-    const XmlNames& names = Names();
     CXML node(TAG_NAME);
+    WriteXml(node);
+    return node;
+}
+
+void CVariable::WriteXml(CXML& node) const {
     WriteOwnPart(*this, node);
     if (m_eType == VT_ARRAY) {
-        node.AddChild(CXML(names.array));
+        node.AddChild(CXML(Names().array));
         WriteArray(m_arrayValue, node.GetFirstChild());
     }
-    return node;
 }
 
 void CVariable::FromXml(CXML& node) {

@@ -169,6 +169,10 @@ public:
     // XML form (formats/VariableXml.cpp).
     // A new "VARIABLE" node for the value.
     CXML ToXml() const;
+    // Writes the value's attributes and children into node, an element without
+    // either: what ToXml gives, built in place inside a larger tree instead of
+    // in a tree of its own that AddChild would then copy.
+    void WriteXml(CXML& node) const;
     // Reads a "VARIABLE" node into the object.
     void FromXml(CXML& node);
     // ToXml(), then CXML::ToString(1).
