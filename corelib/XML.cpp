@@ -20,8 +20,11 @@
 #include "corelib/framework/File.h"
 #include "corelib/framework/InvalidArgException.h"
 
-// A plain count: the handles of one tree belong to one thread at a time.
+// A plain count: the handles of one tree belong to one thread at a time. A
+// parsed tree keeps the text it was parsed from: pugixml parses it in place,
+// and its names and values point into it.
 struct tw::detail::XmlDocument {
+    std::string text;
     pugi::xml_document doc;
     long handles = 0;
 };
@@ -201,10 +204,7 @@ CXML::CXML(const CString& tagName) {
     m_node = RecordOf(m_doc->doc.append_child(tag.c_str()));
 }
 
-CXML::CXML(const CString& text, const CString& rootTag) {
-    const std::string utf8 = text.ToUtf8();
-    Adopt(utf8.data(), utf8.size(), rootTag);
-}
+CXML::CXML(const CString& text, const CString& rootTag) { Adopt(text.ToUtf8(), rootTag); }
 
 CXML& CXML::operator=(const CXML& other) {
     Share(other.m_doc);
@@ -213,9 +213,11 @@ CXML& CXML::operator=(const CXML& other) {
     return *this;
 }
 
-int CXML::Adopt(const char* data, std::size_t size, const CString& rootTag) {
+int CXML::Adopt(std::string text, const CString& rootTag) {
     auto doc = std::make_unique<XmlDocument>();
-    const pugi::xml_parse_result result = doc->doc.load_buffer(data, size, kParseFlags, pugi::encoding_auto);
+    doc->text = std::move(text);
+    const pugi::xml_parse_result result =
+        doc->doc.load_buffer_inplace(doc->text.data(), doc->text.size(), kParseFlags, pugi::encoding_auto);
     if (!result) {
         return 0;
     }
@@ -412,10 +414,7 @@ CString CXML::ToString(int flag) const {
     return CString::FromUtf8(writer.text);
 }
 
-int CXML::FromString(const CString& text, const CString& rootTag) {
-    const std::string utf8 = text.ToUtf8();
-    return Adopt(utf8.data(), utf8.size(), rootTag);
-}
+int CXML::FromString(const CString& text, const CString& rootTag) { return Adopt(text.ToUtf8(), rootTag); }
 
 namespace {
 
@@ -461,24 +460,27 @@ int CXML::XMLRead(CFile* file, const CString& rootTag, int /*flag*/) {
     }
     std::string data;
     try {
-        // Sized once from the file's length where it has one; the loop below
-        // still reads to the real end.
+        // Read straight into the text, sized from the file's length where it
+        // has one; the loop still reads to the real end.
         const uint64_t length = file->GetLength();
+        std::size_t chunk = 65536;
         if (length > 0 && length < (uint64_t{1} << 31)) {
-            data.reserve(static_cast<std::size_t>(length) + 1);
+            chunk = static_cast<std::size_t>(length) + 1;
         }
-        char buffer[65536];
         for (;;) {
-            const unsigned int n = file->Read(buffer, sizeof buffer);
-            data.append(buffer, n);
-            if (n < sizeof buffer) {
+            const std::size_t start = data.size();
+            data.resize(start + chunk);
+            const unsigned int n = file->Read(data.data() + start, static_cast<unsigned int>(chunk));
+            data.resize(start + n);
+            if (n < chunk) {
                 break;
             }
+            chunk = 65536;
         }
     } catch (const CFileException&) {
         return 0;
     }
-    return Adopt(data.data(), data.size(), rootTag);
+    return Adopt(std::move(data), rootTag);
 }
 
 int CXML::IsSameNode(const CXML& other) const {

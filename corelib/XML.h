@@ -25,6 +25,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <type_traits>
 
 #include "corelib/framework/String.h"
@@ -156,7 +157,8 @@ private:
     friend class CXMLAttributes;   // reads m_node
 
     void SetAttrUnsigned(const CString& name, uint64_t value);
-    int Adopt(const char* data, std::size_t size, const CString& rootTag);
+    // Parses text, which the tree keeps; 0 and no change on failure.
+    int Adopt(std::string text, const CString& rootTag);
 
     // Takes a share of doc (may be null) and drops the share held before.
     void Share(tw::detail::XmlDocument* doc);
