@@ -23,6 +23,8 @@
 #pragma once
 
 #include <algorithm>
+#include <bit>
+#include <cstring>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -202,6 +204,9 @@ public:
             Rechain(*body, hashSize);
         }
     }
+    // Exchanges the contents of two maps: pairs, bucket counts and block
+    // sizes. Nothing is copied and every pair pointer stays valid.
+    void Swap(CMap& other) noexcept { std::swap(m_word, other.m_word); }
 
 protected:
     // The node of a key, with its bucket and full hash; null if absent.
@@ -253,6 +258,44 @@ protected:
         if (CAssoc* pAssoc = Find(key, hash)) return pAssoc->value;
         return NewAssoc(key, hash)->value;
     }
+    // True if the index is direct (see kDirectKeys).
+    bool IsDirectIndexed() const {
+        const Body* body = GetBody();
+        return body && body->bDirect;
+    }
+    // Makes a hashed index direct if the keys allow it (see kDirectKeys): for
+    // a map filled in some other order than its keys', as a copy is.
+    void MakeDirectIfKeysAllow() {
+        if constexpr (kDirectKeys) {
+            Body* body = GetBody();
+            if (!body || !body->pIndex || body->bDirect) return;
+            const std::size_t capacity = body->IndexMask() + 1;
+            intptr_t top = -1;
+            for (std::size_t i = 0; i < capacity && top < 2 * body->nCount; ++i) {
+                if (!body->pIndex[i]) continue;
+                const intptr_t n = DirectNumber(body->pIndex[i]->key);
+                top = n < 0 ? 2 * body->nCount : std::max(top, n);
+            }
+            if (top < 2 * body->nCount) Rebuild(*body, static_cast<std::size_t>(top) + 1, true);
+        }
+    }
+    // Calls f(pair) for every pair in no particular order, the fastest way the
+    // map has: through its index when it has one (a direct one in key order).
+    template <class F>
+    void ForEachPair(F f) const {
+        const Body* body = GetBody();
+        if (!body) return;
+        if (CAssoc* const* index = body->pIndex) {
+            const std::size_t n = body->IndexMask() + 1;
+            constexpr std::size_t kAhead = 8;
+            for (std::size_t i = 0; i < n; ++i) {
+                if (i + kAhead < n && index[i + kAhead]) __builtin_prefetch(index[i + kAhead]);
+                if (index[i]) f(*static_cast<CPair*>(index[i]));
+            }
+            return;
+        }
+        for (const CAssoc* p = First(); p; p = Next(p)) f(*static_cast<CPair*>(const_cast<CAssoc*>(p)));
+    }
     // Unlinks and destroys a node; the last one out releases everything.
     void FreeAssoc(CAssoc* pAssoc) {
         Body* body = GetBody();
@@ -267,7 +310,7 @@ protected:
     }
 
 private:
-    static constexpr unsigned int kMaxBlockSize = (1u << 20) - 1;   // larger caps clamp here: the body has room for this
+    static constexpr unsigned int kMaxBlockSize = (1u << 19) - 1;   // larger caps clamp here: the body has room for this
     static constexpr unsigned int kInlineSlots = 2;                 // node slots in the body's own allocation
     static constexpr intptr_t kSmallMax = 8;                        // pairs a map holds without a bucket table
 
@@ -286,10 +329,11 @@ private:
         CAssoc** pIndex;                  // null while the chains are short
         intptr_t nCount;
         unsigned int nHashTableSize;
-        unsigned int nBlockSize : 20;     // the cap of a block's node count
+        unsigned int nBlockSize : 19;     // the cap of a block's node count
         unsigned int nNextBlockLog : 5;   // the next block holds min(2^this, nBlockSize) nodes
         unsigned int nIndexShift : 6;     // 64 - log2 of the index's capacity
         unsigned int bBig : 1;
+        unsigned int bDirect : 1;         // the index is direct (see kDirectKeys)
         std::size_t IndexMask() const { return ~std::size_t{0} >> nIndexShift; }
     };
 
@@ -354,7 +398,7 @@ private:
     void ReleaseBody(Body* body) {
         const uintptr_t word = Tagged(body->nHashTableSize, body->nBlockSize);
         if (body->bBig) delete[] body->pTable;
-        delete[] body->pIndex;
+        FreeIndex(body->pIndex);
         for (void* block = body->pBlocks; block;) {
             void* next = *static_cast<void**>(block);
             FreeRaw(block);
@@ -478,13 +522,62 @@ private:
         return nullptr;
     }
 
-    static bool KeysEqual(const KEY& stored, ARG_KEY key) { return stored == key; }
+    static bool KeysEqual(const KEY& stored, ARG_KEY key) {
+        if constexpr (std::is_same_v<KEY, CString> && std::is_same_v<ARG_KEY, const char16_t*>) {
+            // A stored key is made from a zero-terminated text (or cut at its
+            // first NUL), so its own text pointer is always the same key.
+            if (key == static_cast<const char16_t*>(stored) && !stored.IsEmpty()) return true;
+        }
+        return stored == key;
+    }
     static bool Matches(const CAssoc* p, ARG_KEY key, unsigned int hash) {
         if constexpr (kStoreHash) return p->stored.nHashValue == hash && KeysEqual(p->key, key);
         else return KeysEqual(p->key, key);
     }
 
-    // --- the index: linear probing over node pointers, at most 3/4 full ---
+    // --- the index ---
+    // Hashed: linear probing, at most 3/4 full. The allocation holds the
+    // slots' node pointers and then each slot's full hash, so that a probe,
+    // a growth and a deletion read no node but the one that matches.
+    //
+    // Direct: where every key is a number k >= 0, as int or as its decimal
+    // text, and the largest is below twice the count (the ordinals and the
+    // indexes of an array), slot k holds the node of key k or null. A lookup
+    // then hashes nothing and probes nothing, and nodes made in key order are
+    // reached in the order they lie in memory. A key that isn't such a number,
+    // or lies too far out, makes the index hashed; so does a map that has
+    // shrunk to an eighth of its slots.
+    static constexpr bool kIntKeys = std::is_same_v<KEY, int> && std::is_same_v<std::remove_cvref_t<ARG_KEY>, int>;
+    static constexpr bool kTextKeys = std::is_same_v<KEY, CString> && std::is_same_v<ARG_KEY, const char16_t*>;
+    static constexpr bool kDirectKeys = kIntKeys || kTextKeys;
+    // The number a key stands for in a direct index, or -1.
+    static intptr_t DirectNumber(int key) { return key >= 0 ? key : -1; }
+    static intptr_t DirectNumber(const char16_t* key) {
+        // "0" or a decimal without a leading zero, nine digits at most.
+        if (!key || key[0] < u'0' || key[0] > u'9' || (key[0] == u'0' && key[1] != 0)) return -1;
+        intptr_t n = 0;
+        for (int i = 0; key[i]; ++i) {
+            if (i == 9 || key[i] < u'0' || key[i] > u'9') return -1;
+            n = n * 10 + (key[i] - u'0');
+        }
+        return n;
+    }
+    static intptr_t DirectNumber(const CString& key) { return DirectNumber(static_cast<const char16_t*>(key)); }
+
+    static CAssoc** AllocIndex(std::size_t capacity, bool bDirect) {
+        void* raw = ::operator new(capacity * (sizeof(CAssoc*) + (bDirect ? 0 : sizeof(unsigned int))));
+        std::memset(raw, 0, capacity * sizeof(CAssoc*));
+        return static_cast<CAssoc**>(raw);
+    }
+    static void FreeIndex(CAssoc** index) { ::operator delete(index); }
+    static unsigned int* Hashes(const Body& body) {
+        return reinterpret_cast<unsigned int*>(body.pIndex + body.IndexMask() + 1);
+    }
+    // The smallest hashed capacity (a power of two, 16 at least) that keeps count 3/4 full.
+    static std::size_t HashedCapacity(std::size_t count, std::size_t capacity = 16) {
+        while (count * 4 > capacity * 3) capacity *= 2;
+        return capacity;
+    }
     static std::size_t Home(const Body& body, unsigned int hash) {
         return static_cast<std::size_t>((static_cast<uint64_t>(hash) * 0x9E3779B97F4A7C15ull) >> body.nIndexShift);
     }
@@ -492,68 +585,136 @@ private:
         const Body* body = GetBody();
         if (!body) return nullptr;
         if (CAssoc* const* index = body->pIndex) {
+            if constexpr (kDirectKeys) {
+                if (body->bDirect) {
+                    const intptr_t n = DirectNumber(key);
+                    return n >= 0 && static_cast<std::size_t>(n) <= body->IndexMask() ? index[n] : nullptr;
+                }
+            }
+            const unsigned int* hashes = Hashes(*body);
             const std::size_t mask = body->IndexMask();
             for (std::size_t i = Home(*body, hash);; i = (i + 1) & mask) {
                 CAssoc* p = index[i];
-                if (!p || Matches(p, key, hash)) return p;
+                if (!p || (hashes[i] == hash && KeysEqual(p->key, key))) return p;
             }
         }
         for (CAssoc* p = body->bBig ? body->pTable[hash % body->nHashTableSize] : body->pHead; p; p = p->pNext)
             if (Matches(p, key, hash)) return p;
         return nullptr;
     }
-    static void IndexInsert(Body& body, CAssoc* pAssoc) {
-        if (!body.pIndex) return;
+    static void PutHashed(Body& body, CAssoc* pAssoc, unsigned int hash) {
         const std::size_t mask = body.IndexMask();
-        std::size_t i = Home(body, pAssoc->Hash());
+        std::size_t i = Home(body, hash);
         while (body.pIndex[i]) i = (i + 1) & mask;
         body.pIndex[i] = pAssoc;
+        Hashes(body)[i] = hash;
     }
-    // Builds or grows the index once the chains average more than two nodes.
-    static void IndexReserve(Body& body, intptr_t count) {
-        if (!body.pIndex) {
-            if (static_cast<uint64_t>(count) > 2ull * body.nHashTableSize) IndexGrow(body, count);
-        } else if (static_cast<std::size_t>(count) * 4 > (body.IndexMask() + 1) * 3) {
-            IndexGrow(body, count);
-        }
-    }
-    [[gnu::noinline]] static void IndexGrow(Body& body, intptr_t count) {
-        std::size_t capacity = body.pIndex ? (body.IndexMask() + 1) * 2 : 16;
-        while (static_cast<std::size_t>(count) * 4 > capacity * 3) capacity *= 2;
+    // A new index of capacity slots (direct or hashed) holding every node of the old one.
+    [[gnu::noinline]] static void Rebuild(Body& body, std::size_t capacity, bool bDirect) {
         CAssoc** const old = body.pIndex;
-        const std::size_t oldCapacity = old ? body.IndexMask() + 1 : 0;
-        body.pIndex = new CAssoc*[capacity]();
-        int bits = 0;
-        while ((std::size_t{1} << bits) < capacity) ++bits;
-        body.nIndexShift = static_cast<unsigned int>(64 - bits) & 63u;
-        if (!old) {
+        const unsigned int* const oldHashes = old ? Hashes(body) : nullptr;
+        const std::size_t oldCapacity = body.IndexMask() + 1;
+        const bool bOldDirect = body.bDirect;
+        capacity = std::bit_ceil(std::max<std::size_t>(capacity, 16));
+        body.pIndex = AllocIndex(capacity, bDirect);
+        body.bDirect = bDirect;
+        body.nIndexShift = static_cast<unsigned int>(64 - std::countr_zero(capacity)) & 63u;
+        const auto put = [&body, bDirect](CAssoc* p, unsigned int hash) {
+            if constexpr (kDirectKeys) {
+                if (bDirect) {
+                    body.pIndex[DirectNumber(p->key)] = p;
+                    return;
+                }
+            }
+            PutHashed(body, p, hash);
+        };
+        if (!old) {   // the first index: from the chains
             for (unsigned int b = 0; b < body.nHashTableSize; ++b)
-                for (CAssoc* p = body.pTable[b]; p; p = p->pNext) IndexInsert(body, p);
+                for (CAssoc* p = body.pTable[b]; p; p = p->pNext) put(p, p->Hash());
             return;
         }
-        // From the old index rather than along the chains: each node's hash is
-        // then a load of its own instead of one behind the link before it, so
-        // the processor overlaps the misses of a map larger than its caches.
+        // From the old index rather than along the chains: independent loads
+        // whose misses overlap, and a hashed index gives each node's hash
+        // without reading the node.
         constexpr std::size_t kAhead = 8;
         for (std::size_t i = 0; i < oldCapacity; ++i) {
             if (i + kAhead < oldCapacity && old[i + kAhead]) __builtin_prefetch(old[i + kAhead]);
-            if (old[i]) IndexInsert(body, old[i]);
+            if (CAssoc* p = old[i]) put(p, bOldDirect ? p->Hash() : oldHashes[i]);
         }
-        delete[] old;
+        FreeIndex(old);
     }
-    // Backward-shift deletion keeps every probe run unbroken without tombstones.
+    // Files a node that is linked but not yet counted.
+    static void IndexInsert(Body& body, CAssoc* pAssoc) {
+        if (!body.pIndex) return;
+        if constexpr (kDirectKeys) {
+            if (body.bDirect) {
+                const intptr_t n = DirectNumber(pAssoc->key);
+                if (n >= 0 && static_cast<std::size_t>(n) <= body.IndexMask()) {
+                    body.pIndex[n] = pAssoc;
+                    return;
+                }
+                const std::size_t count = static_cast<std::size_t>(body.nCount) + 1;
+                if (n >= 0 && static_cast<std::size_t>(n) < 2 * count) {
+                    Rebuild(body, static_cast<std::size_t>(n) + 1, true);
+                    body.pIndex[n] = pAssoc;
+                    return;
+                }
+                Rebuild(body, HashedCapacity(count), false);
+            }
+        }
+        PutHashed(body, pAssoc, pAssoc->Hash());
+    }
+    // Builds the index once the chains average more than two nodes, or makes
+    // a hashed one room for count nodes.
+    static void IndexReserve(Body& body, intptr_t count) {
+        const std::size_t n = static_cast<std::size_t>(count);
+        if (!body.pIndex) {
+            if (static_cast<uint64_t>(count) > 2ull * body.nHashTableSize) IndexBuild(body, n);
+        } else if (!body.bDirect && n * 4 > (body.IndexMask() + 1) * 3) {
+            Rebuild(body, HashedCapacity(n, (body.IndexMask() + 1) * 2), false);
+        }
+    }
+    // The first index: direct if the keys allow it.
+    [[gnu::noinline]] static void IndexBuild(Body& body, std::size_t count) {
+        if constexpr (kDirectKeys) {
+            intptr_t top = -1;
+            const intptr_t limit = 2 * static_cast<intptr_t>(count);
+            for (unsigned int b = 0; b < body.nHashTableSize && top < limit; ++b)
+                for (CAssoc* p = body.pTable[b]; p && top < limit; p = p->pNext) {
+                    const intptr_t n = DirectNumber(p->key);
+                    top = n < 0 ? limit : std::max(top, n);
+                }
+            if (top < limit) {
+                Rebuild(body, std::max(count, static_cast<std::size_t>(top) + 1), true);
+                return;
+            }
+        }
+        Rebuild(body, HashedCapacity(count), false);
+    }
+    // Takes a node that is still counted out of the index. Hashed: backward-
+    // shift deletion keeps every probe run unbroken without tombstones.
     static void IndexErase(Body& body, const CAssoc* pAssoc) {
         if (!body.pIndex) return;
+        if constexpr (kDirectKeys) {
+            if (body.bDirect) {
+                body.pIndex[DirectNumber(pAssoc->key)] = nullptr;
+                const std::size_t left = static_cast<std::size_t>(body.nCount) - 1;
+                if (left > 0 && left * 8 < body.IndexMask() + 1) Rebuild(body, HashedCapacity(left), false);
+                return;
+            }
+        }
         CAssoc** index = body.pIndex;
+        unsigned int* hashes = Hashes(body);
         const std::size_t mask = body.IndexMask();
         std::size_t i = Home(body, pAssoc->Hash());
         while (index[i] != pAssoc) i = (i + 1) & mask;
         for (std::size_t j = (i + 1) & mask; index[j]; j = (j + 1) & mask) {
-            const std::size_t home = Home(body, index[j]->Hash());
+            const std::size_t home = Home(body, hashes[j]);
             // Move j back to the hole unless its home lies cyclically in (i, j].
             const bool homeInRange = (i <= j) ? (home > i && home <= j) : (home > i || home <= j);
             if (!homeInRange) {
                 index[i] = index[j];
+                hashes[i] = hashes[j];
                 i = j;
             }
         }

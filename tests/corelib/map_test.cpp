@@ -235,6 +235,67 @@ void CheckAgainstChainModel(MakeKey makeKey) {
         }
 }
 
+// Keys that are small numbers are indexed directly; a key far out or
+// negative makes the index hashed, and so does shrinking. Each row disturbs a
+// map filled 0, 1, ... once, then the map keeps growing and is emptied:
+// every lookup agrees with std::map throughout.
+TEST(MapOperations, DirectIndexAndWhatEndsIt) {
+    struct Step {
+        int key;
+        bool bRemove;
+    };
+    const struct {
+        const char* name;
+        int fill;   // keys 0 .. fill - 1 first
+        std::vector<Step> steps;
+    } rows[] = {
+        {"only the top comes and goes", 200, {{199, true}, {198, true}, {198, false}, {199, false}}},
+        {"a key in the middle goes", 200, {{50, true}}},
+        {"the only key left goes", 1, {{0, true}}},
+        {"a key past the end", 200, {{250, false}}},
+        {"a key far past the end", 200, {{100000, false}}},
+        {"a negative key", 200, {{-1, false}}},
+        {"an existing key again", 200, {{10, false}, {199, false}}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        OrdinalMap map;
+        std::map<int, CString> model;
+        const auto put = [&](int key) {
+            map.SetAt(key, Key(key));
+            model[key] = Key(key);
+        };
+        const auto check = [&] {
+            ASSERT_EQ(map.GetCount(), static_cast<intptr_t>(model.size()));
+            for (int key = -3; key < 420; ++key) {
+                const auto* pair = map.PLookup(key);
+                const auto it = model.find(key);
+                ASSERT_EQ(pair != nullptr, it != model.end()) << key;
+                if (pair) {
+                    ASSERT_EQ(pair->value, it->second) << key;
+                }
+            }
+        };
+        for (int key = 0; key < row.fill; ++key) put(key);
+        check();
+        for (const Step& step : row.steps) {
+            if (step.bRemove) {
+                EXPECT_EQ(map.RemoveKey(step.key), model.erase(step.key) ? 1 : 0);
+            } else {
+                put(step.key);
+            }
+            check();
+        }
+        for (int key = 200; key < 400; ++key) put(key);
+        check();
+        while (!model.empty()) {
+            EXPECT_EQ(map.RemoveKey(model.begin()->first), 1);
+            model.erase(model.begin());
+        }
+        check();
+    }
+}
+
 TEST(MapWalk, MatchesChainModelUnderChurn) {
     CheckAgainstChainModel<CMap<int, int, CString, const char16_t*>>([](int n) { return n * 5 - 40; });
     CheckAgainstChainModel<CMap<CString, const char16_t*, int, int>>([](int n) { return Key(n); });

@@ -32,6 +32,12 @@ std::string Walk(CVariableArray& array) {
     return out;
 }
 
+// Elements under the decimal texts of from, from + step, ... up to to.
+void Numbered(CVariableArray& array, int from, int to, int step) {
+    for (int i = from; i != to; i += step)
+        array.InsertElement(CString(std::to_string(i).c_str()), new CVariable(i));
+}
+
 }  // namespace
 
 TEST(VariableArray, OrderReplacementRemovalAndWalks) {
@@ -84,6 +90,65 @@ TEST(VariableArray, CopyBetweenNestedLevels) {
     CString index;
     copyOfRoot.m_arrayValue.GetFirstVariable(index, copyOfRoot);   // the walk's holder receives its element
     EXPECT_TRUE(copyOfRoot.m_arrayValue.IsElementExist(u"leaf"));
+}
+
+// A copy, made new or assigned over an array that held something, lists its
+// elements in the source's order, and its base map walks as a map with the
+// source's bucket count does when the source's pairs go in in their walk
+// order (which reverses each chain), however the source's indexes came in.
+TEST(VariableArray, CopiesWalkAsTheirSource) {
+    const struct {
+        const char* name;
+        void (*build)(CVariableArray&);
+    } rows[] = {
+        {"0 .. 199 in order", [](CVariableArray& a) { Numbered(a, 0, 200, 1); }},
+        {"199 .. 0 backwards", [](CVariableArray& a) { Numbered(a, 199, -1, -1); }},
+        {"in order, the top removed and one in the middle",
+         [](CVariableArray& a) {
+             Numbered(a, 0, 120, 1);
+             a.RemoveVariable(u"119");
+             a.RemoveVariable(u"40");
+         }},
+        {"in order, then new buckets",
+         [](CVariableArray& a) {
+             Numbered(a, 0, 120, 1);
+             a.InitHashTable(31);
+         }},
+        {"names and numbers mixed",
+         [](CVariableArray& a) {
+             Numbered(a, 0, 60, 1);
+             a.InsertElement(u"name", new CVariable(1));
+             Numbered(a, 60, 90, 1);
+         }},
+        {"prepared buckets",
+         [](CVariableArray& a) {
+             a.PreallocateHashTable(64);
+             Numbered(a, 0, 300, 1);
+         }},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        CVariableArray source;
+        row.build(source);
+        CVariableArray made(source), assigned;
+        assigned.InsertElement(u"old", new CVariable(1));
+        assigned = source;
+        CMapEx<CString, const char16_t*, int, int> model;
+        model.InitHashTable(source.GetHashTableSize());
+        for (const CVariableArray::CPair* p = source.PGetFirstAssoc(); p; p = source.PGetNextAssoc(p))
+            model[p->key] = static_cast<int>(p->value->m_nValue);
+        for (CVariableArray* copy : {&made, &assigned}) {
+            EXPECT_EQ(copy->GetHashTableSize(), source.GetHashTableSize());
+            const auto* p = model.PGetFirstAssoc();
+            const CVariableArray::CPair* q = copy->PGetFirstAssoc();
+            for (; p && q; p = model.PGetNextAssoc(p), q = copy->PGetNextAssoc(q)) {
+                ASSERT_EQ(p->key, q->key);
+                ASSERT_EQ(p->value, q->value->m_nValue);
+            }
+            EXPECT_TRUE(p == nullptr && q == nullptr);
+            EXPECT_EQ(Walk(*copy), Walk(source));
+        }
+    }
 }
 
 // Built, copied, compared, printed and destroyed without the call stack growing with the depth.

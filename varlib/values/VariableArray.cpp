@@ -48,8 +48,7 @@ void CVariableArray::DetachAll(std::vector<CVariable*>& out) {
     if (GetCount() == 0)
         return;
     out.reserve(out.size() + static_cast<size_t>(GetCount()));
-    for (const CPair* pPair = PGetFirstAssoc(); pPair != nullptr; pPair = PGetNextAssoc(pPair))
-        out.push_back(pPair->value);
+    ForEachPair([&out](CPair& pair) { out.push_back(pair.value); });
     RemoveAll();
     m_mapOrder.RemoveAll();
 }
@@ -104,21 +103,36 @@ void CVariableArray::FillFrom(const CVariableArray& src, std::vector<CopyJob>& j
     const unsigned int hashSize = src.GetHashTableSize();
     InitHashTable(hashSize, 1);
     m_mapOrder.InitHashTable(hashSize, 1);
-    for (const CPair* pPair = src.PGetFirstAssoc(); pPair != nullptr; pPair = src.PGetNextAssoc(pPair)) {
-        const CVariable* pSource = pPair->value;
+    const auto copyPair = [this, &jobs](const CPair& pair) {
+        const CVariable* pSource = pair.value;
         auto pCopy = std::make_unique<CVariable>();
         pCopy->CopyAllButArray(*pSource);
-        InsertElement(pPair->key, pCopy.get());
+        InsertElement(pair.key, pCopy.get());
         CVariable* pInserted = pCopy.release();
         if (pSource->m_arrayValue.GetCount() != 0)
             jobs.push_back({&pInserted->m_arrayValue, &pSource->m_arrayValue});
-    }
-    // The walk above numbered the elements in the source's bucket order; put
-    // the source's ordinals back over it.
+    };
+    for (const CPair* pPair = src.PGetFirstAssoc(); pPair != nullptr; pPair = src.PGetNextAssoc(pPair))
+        copyPair(*pPair);
+    // Filled in walk order, the copy's index can't have seen that its keys
+    // are numbers; the source's tells.
+    if (src.IsDirectIndexed())
+        MakeDirectIfKeysAllow();
+    // The insertions above numbered the elements in their own order; put the
+    // source's ordinals back over it. They run from 0 without a gap, so they
+    // are looked up one by one rather than walked through the chains.
     using COrderPair = CMapEx<int, int, CString, const char16_t*>::CPair;
-    for (const COrderPair* pPair = src.m_mapOrder.PGetFirstAssoc(); pPair != nullptr;
-         pPair = src.m_mapOrder.PGetNextAssoc(pPair))
-        m_mapOrder[pPair->key] = pPair->value;   // shares the text
+    const int count = static_cast<int>(src.m_mapOrder.GetCount());
+    for (int ordinal = 0; ordinal < count; ++ordinal) {
+        const COrderPair* pPair = src.m_mapOrder.PLookup(ordinal);
+        if (pPair == nullptr) {
+            // Not numbered as an array numbers: copy every pair as it stands.
+            for (pPair = src.m_mapOrder.PGetFirstAssoc(); pPair != nullptr; pPair = src.m_mapOrder.PGetNextAssoc(pPair))
+                m_mapOrder[pPair->key] = pPair->value;
+            return;
+        }
+        m_mapOrder[ordinal] = pPair->value;   // shares the text
+    }
 }
 
 void CVariableArray::CopyIntoEmpty(const CVariableArray& src) {
@@ -131,35 +145,13 @@ void CVariableArray::CopyIntoEmpty(const CVariableArray& src) {
     }
 }
 
-// Takes over the elements of an array built aside; this array is empty. Each
-// map is filled in reverse walk order so that every bucket's chain, and with it
-// the walk order, comes out as in src.
+// Takes over the elements of an array built aside; this array is empty. The
+// maps change hands whole, so the bucket counts and the walk come out as in src.
 void CVariableArray::MoveFrom(CVariableArray& src) {
     if (src.GetCount() == 0)
         return;
-    const unsigned int hashSize = src.GetHashTableSize();
-    InitHashTable(hashSize, 1);
-    m_mapOrder.InitHashTable(hashSize, 1);
-
-    std::vector<const CPair*> pairs;
-    pairs.reserve(static_cast<size_t>(src.GetCount()));
-    for (const CPair* pPair = src.PGetFirstAssoc(); pPair != nullptr; pPair = src.PGetNextAssoc(pPair))
-        pairs.push_back(pPair);
-    for (auto it = pairs.rbegin(); it != pairs.rend(); ++it)
-        LookupOrAdd((*it)->key) = (*it)->value;   // the new key shares the old one's text
-
-    using COrderPair = CMapEx<int, int, CString, const char16_t*>::CPair;
-    std::vector<const COrderPair*> ordinals;
-    ordinals.reserve(pairs.size());
-    for (const COrderPair* pPair = src.m_mapOrder.PGetFirstAssoc(); pPair != nullptr;
-         pPair = src.m_mapOrder.PGetNextAssoc(pPair))
-        ordinals.push_back(pPair);
-    for (auto it = ordinals.rbegin(); it != ordinals.rend(); ++it)
-        m_mapOrder[(*it)->key] = (*it)->value;
-
-    // The elements belong to this array now: empty src's maps without freeing them.
-    src.RemoveAll();
-    src.m_mapOrder.RemoveAll();
+    Swap(src);
+    m_mapOrder.Swap(src.m_mapOrder);
     src.m_nCursor = 0;
 }
 
