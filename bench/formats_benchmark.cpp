@@ -20,6 +20,7 @@
 
 #include <fstream>
 #include <map>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -126,14 +127,16 @@ void NullsToZero(rapidjson::Value& value) {
 
 // The document as a CVariable with nulls read as 0; type 0 if it isn't there.
 const CVariable& ValueOf(const std::string& name) {
-    static std::map<std::string, CVariable> cache;
+    // Kept as parsed, not copied: the peers write a value fresh from their
+    // parser too, and a copy lies in memory in another order.
+    static std::map<std::string, std::unique_ptr<CVariable>> cache;
     auto it = cache.find(name);
     if (it == cache.end()) {
-        CVariable value = CJSON::Parse(CString::FromUtf8(Document(name)));
-        NullsToZero(value);
-        it = cache.emplace(name, value).first;
+        auto value = std::unique_ptr<CVariable>(new CVariable(CJSON::Parse(CString::FromUtf8(Document(name)))));
+        NullsToZero(*value);
+        it = cache.emplace(name, std::move(value)).first;
     }
-    return it->second;
+    return *it->second;
 }
 
 // --- parse ---
