@@ -247,10 +247,7 @@ template <class Out>
 bool CVariable::WriteJson(Out& out, int nIndent) const {
     // An element to write and the index it is stored under (what a copy of
     // the element would carry in m_strIndex).
-    struct JsonItem {
-        const CVariable* pElement;
-        const CString* pIndex;
-    };
+    using JsonItem = CVariableArray::OrderedElement;
     // One array level being written: its items are items[nNext, nEnd).
     struct JsonFrame {
         std::size_t nBegin;
@@ -270,19 +267,8 @@ bool CVariable::WriteJson(Out& out, int nIndent) const {
     std::vector<JsonFrame> frames;
     // Opens the array held by value; false for one without elements.
     const auto open = [&items, &frames, &out](const CVariable& value, int64_t nValueIndent) {
-        const CVariableArray& array = value.m_arrayValue;
         const std::size_t begin = items.size();
-        const int count = static_cast<int>(array.GetCount());
-        items.reserve(begin + static_cast<std::size_t>(count));
-        // Ordinals run from 0 without a gap; the walk ends at the first one missing.
-        for (int ordinal = 0; ordinal < count; ++ordinal) {
-            const CString* pIndex = nullptr;
-            const CVariable* pElement = array.ElementAt(ordinal, &pIndex);
-            if (pElement == nullptr)
-                break;
-            __builtin_prefetch(&pElement->m_eType);
-            items.push_back({pElement, pIndex});
-        }
+        value.m_arrayValue.AppendInOrder(items);
         if (items.size() == begin)
             return false;
         const bool bObject = CUtility::IsNumber(*items[begin].pIndex) == 0;
@@ -313,7 +299,7 @@ bool CVariable::WriteJson(Out& out, int nIndent) const {
             continue;
         }
         // The gathering's prefetches are long gone from the cache in a large
-        // level: fetch a few items ahead of the writing instead.
+        // level: fetch a few items ahead of the writing too.
         if (frame.nNext + 8 < items.size())
             __builtin_prefetch(&items[frame.nNext + 8].pElement->m_eType);
         const JsonItem item = items[frame.nNext++];

@@ -257,6 +257,18 @@ CVariable* CVariableArray::ElementAt(int nOrdinal, const CString** ppIndex) cons
     return pPair->value;
 }
 
+void CVariableArray::AppendInOrder(std::vector<OrderedElement>& out) const {
+    const int count = static_cast<int>(m_mapOrder.GetCount());
+    out.reserve(out.size() + static_cast<std::size_t>(count));
+    for (int ordinal = 0; ordinal < count; ++ordinal) {
+        const CString* pIndex = nullptr;
+        const CVariable* pElement = ElementAt(ordinal, &pIndex);
+        if (pElement == nullptr)
+            return;
+        out.push_back({pElement, pIndex});
+    }
+}
+
 int CVariableArray::GetFirstVariable(CString& index, CVariable*& pVariable) {
     if (GetCount() == 0)
         return 0;

@@ -120,6 +120,14 @@ private:
 
     // Element at an ordinal (and its index text), or null.
     CVariable* ElementAt(int nOrdinal, const CString** ppIndex = nullptr) const;
+    // An element and the index text it is stored under.
+    struct OrderedElement {
+        const CVariable* pElement;
+        const CString* pIndex;
+    };
+    // Appends the elements in ordinal order, stopping at the first ordinal
+    // missing, as a walk does.
+    void AppendInOrder(std::vector<OrderedElement>& out) const;
     // Destroys every element and gives both maps the bucket count of a fresh array.
     void ResetToFresh();
     // Copies src's elements in its walk order into this empty array, then its
