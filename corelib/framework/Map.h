@@ -15,7 +15,8 @@
 // private index (open addressing over the nodes' full hashes, grown as the
 // map grows), so Lookup, operator[], SetAt and RemoveKey cost O(1) on average
 // however long the chains get. Further nodes come from blocks that double
-// from 4 nodes up to nBlockSize, and go back to a free list; removing the
+// from 4 nodes up to nBlockSize (or, in a large map, up to a quarter of its
+// pairs), and go back to a free list; removing the
 // last node releases everything (RemoveAll). Nodes never move.
 //
 // Pointers to pairs (PLookup, PGetFirstAssoc) and positions stay valid until
@@ -428,11 +429,14 @@ private:
     }
     // A block of the next size; its first word links the blocks.
     [[gnu::noinline]] void AddBlock(Body& body) {
-        const std::size_t n = std::min(std::size_t{1} << body.nNextBlockLog, std::size_t{body.nBlockSize});
+        // Past nBlockSize a block may hold up to a quarter of the map: a large
+        // map then costs few allocations, and at most a fifth of its nodes wait unused.
+        const std::size_t cap = std::max<std::size_t>(body.nBlockSize, std::min<std::size_t>(static_cast<std::size_t>(body.nCount) / 4, kMaxBlockSize));
+        const std::size_t n = std::min(std::size_t{1} << body.nNextBlockLog, cap);
         unsigned char* raw = static_cast<unsigned char*>(AllocRaw(kBlockSlots + n * sizeof(CAssoc)));
         ::new (static_cast<void*>(raw)) void*(body.pBlocks);
         body.pBlocks = raw;
-        if (n < body.nBlockSize) ++body.nNextBlockLog;
+        if (n == (std::size_t{1} << body.nNextBlockLog) && body.nNextBlockLog < 19) ++body.nNextBlockLog;
         FreeSlots(body, raw + kBlockSlots, n);
     }
 
@@ -631,6 +635,11 @@ private:
         if (!old) {   // the first index: from the chains
             for (unsigned int b = 0; b < body.nHashTableSize; ++b)
                 for (CAssoc* p = body.pTable[b]; p; p = p->pNext) put(p, p->Hash());
+            return;
+        }
+        if (bOldDirect && bDirect) {   // the same slots, more of them
+            std::memcpy(body.pIndex, old, oldCapacity * sizeof(CAssoc*));
+            FreeIndex(old);
             return;
         }
         // From the old index rather than along the chains: independent loads
