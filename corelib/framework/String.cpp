@@ -312,6 +312,37 @@ CString::Buffer* CString::Allocate(std::size_t capacity) {
     return ::new (raw) Buffer{0, static_cast<uint32_t>(capacity), 1};
 }
 
+CString CString::Decimal(unsigned int n) {
+    const auto digits = [](unsigned int value, char16_t* end) {
+        char16_t* first = end;
+        do {
+            *--first = static_cast<char16_t>(u'0' + value % 10);
+            value /= 10;
+        } while (value != 0);
+        return first;
+    };
+    if (n >= kKeptDecimals) {
+        char16_t text[10];
+        const char16_t* first = digits(n, text + 10);
+        return CString(first, static_cast<int>(text + 10 - first));
+    }
+    // Made at the first call, thread-safely, and never freed: they stay
+    // reachable through this table.
+    static Buffer* const* const kept = [&digits] {
+        Buffer** table = new Buffer*[kKeptDecimals];
+        for (unsigned int i = 0; i < kKeptDecimals; ++i) {
+            char16_t text[10];
+            const char16_t* first = digits(i, text + 10);
+            table[i] = Copy(first, static_cast<std::size_t>(text + 10 - first));
+            table[i]->refs.store(kKept, std::memory_order_relaxed);
+        }
+        return table;
+    }();
+    CString s;
+    s.m_p = kept[n];
+    return s;
+}
+
 CString::Buffer* CString::Copy(const char16_t* text, std::size_t n) {
     Buffer* b = Allocate(n);
     Traits::copy(b->text, text, n);

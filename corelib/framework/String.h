@@ -54,13 +54,11 @@ public:
     CString(const char16_t* text, int nLength);
     explicit CString(char16_t ch, int nRepeat = 1);
     // Copies share the buffer: no allocation, no copy of the text.
-    CString(const CString& other) noexcept : m_p(other.m_p) {
-        if (m_p) m_p->refs.fetch_add(1, std::memory_order_relaxed);
-    }
+    CString(const CString& other) noexcept : m_p(other.m_p) { AddRef(m_p); }
     CString(CString&& other) noexcept : m_p(other.m_p) { other.m_p = nullptr; }
     ~CString() { Release(m_p); }
     CString& operator=(const CString& other) noexcept {
-        if (other.m_p) other.m_p->refs.fetch_add(1, std::memory_order_relaxed);
+        AddRef(other.m_p);
         Release(m_p);
         m_p = other.m_p;
         return *this;
@@ -181,16 +179,28 @@ public:
     static void AppendUtf8(std::string& out, std::u16string_view text);
     // Reads UTF-8; each bad sequence becomes one U+FFFD.
     static CString FromUtf8(std::string_view utf8);
+    // The decimal text of n >= 0, as Format(u"%u", n) writes it: the index
+    // of an array's element n. Below kKeptDecimals each n has one text kept
+    // for the life of the process, so that the many elements stored under
+    // "0", "1", ... share it and their copies and releases count nothing.
+    static constexpr unsigned int kKeptDecimals = 4096;
+    static CString Decimal(unsigned int n);
 
 private:
     using Buffer = tw::detail::StringBuffer;
 
+    // A count with this bit is a kept text (Decimal): never counted, never
+    // freed, and never 1, so every change copies it first.
+    static constexpr uint32_t kKept = 0x80000000u;
+    static void AddRef(Buffer* p) noexcept {
+        if (p && !(p->refs.load(std::memory_order_relaxed) & kKept)) p->refs.fetch_add(1, std::memory_order_relaxed);
+    }
     // The last owner frees the block; a count of 1 is ours alone, so no one can
     // raise it meanwhile and the decrement can be skipped.
     static void Release(Buffer* p) noexcept {
-        if (p && (p->refs.load(std::memory_order_acquire) == 1 ||
-                  p->refs.fetch_sub(1, std::memory_order_acq_rel) == 1))
-            Free(p);
+        if (!p) return;
+        const uint32_t refs = p->refs.load(std::memory_order_acquire);
+        if (!(refs & kKept) && (refs == 1 || p->refs.fetch_sub(1, std::memory_order_acq_rel) == 1)) Free(p);
     }
     static void Free(Buffer* p) noexcept;
     static Buffer* Allocate(std::size_t capacity);

@@ -212,12 +212,44 @@ TEST(StringSharing, CopyOnWrite) {
     }
 }
 
+// Decimal gives Format's "%u" text; below kKeptDecimals the text is one kept
+// buffer that every call shares and that no change reaches.
+TEST(StringDecimal, KeptTextsReadAndChangeLikeAnyOther) {
+    for (const unsigned int n : {0u, 7u, 10u, 4095u, 4096u, 65535u, 4294967295u}) {
+        CString expected;
+        expected.Format(u"%u", n);
+        const CString text = CString::Decimal(n);
+        EXPECT_EQ(text, expected) << n;
+        const bool kept = n < CString::kKeptDecimals;
+        EXPECT_EQ(static_cast<const char16_t*>(CString::Decimal(n)) == static_cast<const char16_t*>(text), kept) << n;
+        CString changed = CString::Decimal(n);
+        changed += u'x';
+        changed.Delete(0, 1);
+        CString assigned;
+        assigned = text;
+        assigned.Empty();
+        EXPECT_EQ(CString::Decimal(n), expected) << n;
+        EXPECT_EQ(changed, expected.Mid(1) + CString(u"x")) << n;
+    }
+}
+
 // Threads copy one text, compare and read the copies and change their own,
 // while the last owner of the text, on any thread, frees it.
 TEST(StringConcurrency, CopiesOfOneTextOnManyThreads) {
     constexpr int kThreads = 4, kRounds = 2000;
     const std::u16string expected = u"the cache's value";
     auto original = std::make_unique<CString>(expected);
+    // A kept text too, copied and released on every thread at once.
+    std::vector<std::thread> keepers;
+    for (int t = 0; t < 2; ++t)
+        keepers.emplace_back([] {
+            for (int r = 0; r < kRounds; ++r) {
+                CString copy = CString::Decimal(static_cast<unsigned int>(r % 64));
+                CString other(copy);
+                other += u'.';
+                ASSERT_EQ(copy.GetLength() + 1, other.GetLength());
+            }
+        });
     std::vector<int> failures(kThreads, 0);
     std::vector<std::thread> threads;
     for (int t = 0; t < kThreads; ++t)
@@ -240,6 +272,8 @@ TEST(StringConcurrency, CopiesOfOneTextOnManyThreads) {
         });
     original.reset();
     for (std::thread& thread : threads)
+        thread.join();
+    for (std::thread& thread : keepers)
         thread.join();
     for (int t = 0; t < kThreads; ++t)
         EXPECT_EQ(failures[t], 0) << "thread " << t;

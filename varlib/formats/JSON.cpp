@@ -406,13 +406,8 @@ private:
 
     // "%d" of an element number, made once per reader and shared by all its arrays.
     const CString& IndexText(int n) {
-        while (static_cast<int>(m_indexTexts.size()) <= n) {
-            char digits[16];
-            const auto [end, error] = std::to_chars(digits, digits + sizeof digits, m_indexTexts.size());
-            (void)error;
-            std::u16string text(digits, end);
-            m_indexTexts.emplace_back(std::move(text));
-        }
+        while (static_cast<int>(m_indexTexts.size()) <= n)
+            m_indexTexts.push_back(CString::Decimal(static_cast<unsigned int>(m_indexTexts.size())));
         return m_indexTexts[static_cast<size_t>(n)];
     }
 

@@ -9,15 +9,7 @@
 namespace {
 
 // The index text "%u" gives for a position: plain unsigned decimal.
-CString OrdinalText(uint32_t nOrdinal) {
-    char16_t digits[10];
-    int first = 10;
-    do {
-        digits[--first] = static_cast<char16_t>(u'0' + nOrdinal % 10);
-        nOrdinal /= 10;
-    } while (nOrdinal != 0);
-    return CString(digits + first, 10 - first);
-}
+CString OrdinalText(uint32_t nOrdinal) { return CString::Decimal(nOrdinal); }
 
 // Bottom-up merge sort of element pointers by CVariable::operator<. It needs
 // nothing of the comparison but an answer: over mixed types operator< is no
