@@ -87,6 +87,9 @@ TEST(JsonParse, ValuesAndLeniency) {
         {u"\"a\\\"b\\\\c\\/d\"", "'a\"b\\c/d'"}, {u"\"\\b\\f\\n\\r\\t\"", "'\b\f\n\r\t'"}, {u"\"a\\qb\"", "'ab'"},
         {u"\"\\u0041\\u00E9\"", "'A\u00e9'"}, {u"\"\\ud83d\\ude00\"", "'\U0001F600'"}, {u"\"\\u-001\"", "'\uffff'"},
         {u"\"\\u 41x\"", "'A'"}, {u"\"\\u004\"\"", "'\x04'"}, {u"\"a\nb\x01\"", "'a\nb\x01'"},
+        // Names met before are shared, never confused with a like one: same length, an escape, a prefix.
+        {u"[{\"ab\":1,\"ba\":2},{\"ba\":3,\"ab\":4,\"a\\u0062\":5},{\"a\":6,\"abc\":7,\"ab\":8}]",
+         "[0:[ab:1,ba:2],1:[ba:3,ab:5],2:[a:6,abc:7,ab:8]]"},
     };
     for (const auto& [text, value] : rows) {
         SCOPED_TRACE(CString(text).ToUtf8());

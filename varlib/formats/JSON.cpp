@@ -6,6 +6,8 @@
 // parent with InsertElement, which takes the pointer over.
 #include "varlib/formats/JSON.h"
 
+#include <algorithm>
+#include <array>
 #include <charconv>
 #include <climits>
 #include <memory>
@@ -205,6 +207,30 @@ public:
     // The characters after an opening quote up to the closing one, escapes
     // resolved. false at the end of the text or on a "\u" with fewer than four
     // characters left; i then stays where reading stopped.
+    // A member name: as StringBody, but a name without escapes that came
+    // before is handed out again, shared, instead of being made anew. An
+    // object's names repeat in every object of its kind.
+    bool NameBody(int& i, CString& out) {
+        const Unit* const text = m_text;
+        int j = i;
+        while (j < m_nLength && text[j] != u'"' && text[j] != u'\\') ++j;
+        const int length = j - i;
+        if (j >= m_nLength || text[j] != u'"' || length > kNameMax)
+            return StringBody(i, out);
+        uint32_t hash = 2166136261u;   // FNV-1a over the units
+        for (int k = i; k < j; ++k) hash = (hash ^ static_cast<uint32_t>(text[k])) * 16777619u;
+        NameEntry& entry = m_names[hash % kNameSlots];
+        if (entry.nLength == length && !entry.text.IsEmpty() &&
+            std::equal(text + i, text + j, text + entry.nStart)) {
+            out = entry.text;
+        } else {
+            out = Units(text + i, length);
+            entry = {i, length, out};
+        }
+        i = j + 1;
+        return true;
+    }
+
     bool StringBody(int& i, CString& out) {
         const Unit* const text = m_text;
         const int n = m_nLength;
@@ -350,7 +376,7 @@ public:
             // Whatever else stands here is read as the member's name.
             i = j + 1;
             CString name;
-            if (!StringBody(i, name)) bSuccess = 0;
+            if (!NameBody(i, name)) bSuccess = 0;
             if (!bSuccess) break;
             if (NextToken(i) != CJSON::TOKEN_COLON) {
                 bSuccess = 0;
@@ -428,6 +454,15 @@ private:
     const Unit* m_text;   // m_nLength units; a CString's are zero-terminated, UTF-8 bytes need not be
     int m_nLength;
     std::vector<CString> m_indexTexts;
+    // Names met lately, by a hash of their units (NameBody).
+    struct NameEntry {
+        int nStart = 0;     // where the name's units stand in the text
+        int nLength = -1;
+        CString text;
+    };
+    static constexpr int kNameMax = 64;
+    static constexpr std::size_t kNameSlots = 64;
+    std::array<NameEntry, kNameSlots> m_names;
     bool m_bNeedsUtf16 = false;
 };
 
