@@ -270,14 +270,11 @@ protected:
         if constexpr (kDirectKeys) {
             Body* body = GetBody();
             if (!body || !body->pIndex || body->bDirect) return;
-            const std::size_t capacity = body->IndexMask() + 1;
-            intptr_t top = -1;
-            for (std::size_t i = 0; i < capacity && top < 2 * body->nCount; ++i) {
-                if (!body->pIndex[i]) continue;
-                const intptr_t n = DirectNumber(body->pIndex[i]->key);
-                top = n < 0 ? 2 * body->nCount : std::max(top, n);
-            }
-            if (top < 2 * body->nCount) Rebuild(*body, static_cast<std::size_t>(top) + 1, true);
+            const intptr_t limit = 2 * body->nCount;
+            const intptr_t top = DirectTop(limit, [body](auto visit) {
+                ForEachIndexed(body->pIndex, body->IndexMask() + 1, [&visit](CAssoc* p, std::size_t) { visit(p); });
+            });
+            if (top < limit) Rebuild(*body, static_cast<std::size_t>(top) + 1, true);
         }
     }
     // Calls f(pair) for every pair in no particular order, the fastest way the
@@ -286,13 +283,8 @@ protected:
     void ForEachPair(F f) const {
         const Body* body = GetBody();
         if (!body) return;
-        if (CAssoc* const* index = body->pIndex) {
-            const std::size_t n = body->IndexMask() + 1;
-            constexpr std::size_t kAhead = 8;
-            for (std::size_t i = 0; i < n; ++i) {
-                if (i + kAhead < n && index[i + kAhead]) __builtin_prefetch(index[i + kAhead]);
-                if (index[i]) f(*static_cast<CPair*>(index[i]));
-            }
+        if (body->pIndex) {
+            ForEachIndexed(body->pIndex, body->IndexMask() + 1, [&f](CAssoc* p, std::size_t) { f(*static_cast<CPair*>(p)); });
             return;
         }
         for (const CAssoc* p = First(); p; p = Next(p)) f(*static_cast<CPair*>(const_cast<CAssoc*>(p)));
@@ -342,14 +334,8 @@ private:
     void Release(Body* body) {
         if (!body->bBig) {
             DestroyChain(body->pHead);
-        } else if (CAssoc* const* index = body->pIndex) {
-            // Through the index, as in IndexGrow: independent loads, overlapped misses.
-            const std::size_t capacity = body->IndexMask() + 1;
-            constexpr std::size_t kAhead = 8;
-            for (std::size_t i = 0; i < capacity; ++i) {
-                if (i + kAhead < capacity && index[i + kAhead]) __builtin_prefetch(index[i + kAhead]);
-                if (index[i]) index[i]->~CAssoc();
-            }
+        } else if (body->pIndex) {
+            ForEachIndexed(body->pIndex, body->IndexMask() + 1, [](CAssoc* p, std::size_t) { p->~CAssoc(); });
         } else {
             CAssoc** table = body->pTable;
             for (unsigned int b = 0; b < body->nHashTableSize; ++b) DestroyChain(table[b]);
@@ -582,6 +568,28 @@ private:
         while (count * 4 > capacity * 3) capacity *= 2;
         return capacity;
     }
+    // f(node, slot) for every filled slot of an index. Independent loads, so
+    // the misses of a map larger than the caches overlap; each node is
+    // fetched a few slots ahead.
+    template <class F>
+    static void ForEachIndexed(CAssoc* const* index, std::size_t capacity, F f) {
+        constexpr std::size_t kAhead = 8;
+        for (std::size_t i = 0; i < capacity; ++i) {
+            if (i + kAhead < capacity && index[i + kAhead]) __builtin_prefetch(index[i + kAhead]);
+            if (index[i]) f(index[i], i);
+        }
+    }
+    // The largest DirectNumber of the nodes that walk(visit) visits, or limit
+    // if one is no such number or reaches limit.
+    template <class Walk>
+    static intptr_t DirectTop(intptr_t limit, Walk walk) {
+        intptr_t top = -1;
+        walk([&top, limit](const CAssoc* p) {
+            const intptr_t n = DirectNumber(p->key);
+            top = (n < 0 || n >= limit) ? limit : std::max(top, n);
+        });
+        return top;
+    }
     static std::size_t Home(const Body& body, unsigned int hash) {
         return static_cast<std::size_t>((static_cast<uint64_t>(hash) * 0x9E3779B97F4A7C15ull) >> body.nIndexShift);
     }
@@ -642,14 +650,9 @@ private:
             FreeIndex(old);
             return;
         }
-        // From the old index rather than along the chains: independent loads
-        // whose misses overlap, and a hashed index gives each node's hash
-        // without reading the node.
-        constexpr std::size_t kAhead = 8;
-        for (std::size_t i = 0; i < oldCapacity; ++i) {
-            if (i + kAhead < oldCapacity && old[i + kAhead]) __builtin_prefetch(old[i + kAhead]);
-            if (CAssoc* p = old[i]) put(p, bOldDirect ? p->Hash() : oldHashes[i]);
-        }
+        // From the old index rather than along the chains (see ForEachIndexed),
+        // and a hashed index gives each node's hash without reading the node.
+        ForEachIndexed(old, oldCapacity, [&](CAssoc* p, std::size_t i) { put(p, bOldDirect ? p->Hash() : oldHashes[i]); });
         FreeIndex(old);
     }
     // Files a node that is linked but not yet counted.
@@ -686,13 +689,11 @@ private:
     // The first index: direct if the keys allow it.
     [[gnu::noinline]] static void IndexBuild(Body& body, std::size_t count) {
         if constexpr (kDirectKeys) {
-            intptr_t top = -1;
             const intptr_t limit = 2 * static_cast<intptr_t>(count);
-            for (unsigned int b = 0; b < body.nHashTableSize && top < limit; ++b)
-                for (CAssoc* p = body.pTable[b]; p && top < limit; p = p->pNext) {
-                    const intptr_t n = DirectNumber(p->key);
-                    top = n < 0 ? limit : std::max(top, n);
-                }
+            const intptr_t top = DirectTop(limit, [&body](auto visit) {
+                for (unsigned int b = 0; b < body.nHashTableSize; ++b)
+                    for (CAssoc* p = body.pTable[b]; p; p = p->pNext) visit(p);
+            });
             if (top < limit) {
                 Rebuild(body, std::max(count, static_cast<std::size_t>(top) + 1), true);
                 return;

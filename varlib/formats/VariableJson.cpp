@@ -78,12 +78,9 @@ public:
     JsonText& operator=(const JsonText&) = delete;
 
     void Append(std::u16string_view text) {
-        if constexpr (sizeof(Char) == 2) {
-            std::copy(text.begin(), text.end(), Room(text.size()));
-            m_nSize += text.size();
-        } else if (std::all_of(text.begin(), text.end(), [](char16_t ch) { return ch < 0x80; })) {
-            // ASCII, as the writer's own punctuation and indentation and most
-            // texts are: narrowed in one pass, without sizing the UTF-8 first.
+        // UTF-16 as it stands; into UTF-8, ASCII (the writer's own punctuation
+        // and indentation, and most texts) narrowed in one pass.
+        if (sizeof(Char) == 2 || std::all_of(text.begin(), text.end(), [](char16_t ch) { return ch < 0x80; })) {
             std::copy(text.begin(), text.end(), Room(text.size()));
             m_nSize += text.size();
         } else {
@@ -298,8 +295,8 @@ bool CVariable::WriteJson(Out& out, int nIndent) const {
                 out.Append(u",\n");
             continue;
         }
-        // The gathering's prefetches are long gone from the cache in a large
-        // level: fetch a few items ahead of the writing too.
+        // Fetch the elements a few items ahead of the writing: a large level's
+        // elements lie far apart from its gathered pointers.
         if (frame.nNext + 8 < items.size())
             __builtin_prefetch(&items[frame.nNext + 8].pElement->m_eType);
         const JsonItem item = items[frame.nNext++];

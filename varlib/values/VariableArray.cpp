@@ -59,10 +59,6 @@ void CVariableArray::DestroyAll(std::vector<CVariable*>& pending) {
     while (!pending.empty()) {
         CVariable* pVariable = pending.back();
         pending.pop_back();
-        // The values wait in memory nobody has touched lately: ask for the
-        // next few while this one goes.
-        if (pending.size() >= 4)
-            __builtin_prefetch(pending[pending.size() - 4]);
         if (pVariable == nullptr)
             continue;
         // Whatever the type: a stale array payload of a former ARRAY is freed the same way.
