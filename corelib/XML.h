@@ -155,6 +155,7 @@ public:
 
 private:
     friend class CXMLAttributes;   // reads m_node
+    friend class CXMLTextWriter;   // prints m_node's tree
 
     void SetAttrUnsigned(const CString& name, uint64_t value);
     // Parses text, which the tree keeps; 0 and no change on failure.

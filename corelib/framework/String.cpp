@@ -147,22 +147,30 @@ std::size_t Utf8Length(std::u16string_view in) {
 void EncodeUtf8(std::string& out, std::u16string_view in) {
     const std::size_t start = out.size();
     out.resize(start + Utf8Length(in));
-    char* p = out.data() + start;
+    CString::WriteUtf8(out.data() + start, in);
+}
+
+}  // namespace
+
+char* CString::WriteUtf8(char* p, std::u16string_view in) {
     for (std::size_t i = 0; i < in.size(); ++i) {
         const char16_t c = in[i];
         if (c < 0x80) {
             *p++ = static_cast<char>(c);
         } else if (IsHighSurrogate(c) && i + 1 < in.size() && IsLowSurrogate(in[i + 1])) {
             const char32_t cp = 0x10000 + ((static_cast<char32_t>(c) - 0xD800) << 10) + (in[i + 1] - 0xDC00);
-            p = WriteUtf8(p, cp);
+            p = ::WriteUtf8(p, cp);
             ++i;
         } else if (c >= 0xD800 && c <= 0xDFFF) {
-            p = WriteUtf8(p, kReplacement);  // unpaired surrogate
+            p = ::WriteUtf8(p, kReplacement);  // unpaired surrogate
         } else {
-            p = WriteUtf8(p, c);
+            p = ::WriteUtf8(p, c);
         }
     }
+    return p;
 }
+
+namespace {
 
 // The formatter's text: on the stack up to a size that holds nearly every
 // result, so that a Format allocates only the string's own buffer.

@@ -177,6 +177,9 @@ public:
     // Appends the UTF-8 form of text to out, as ToUtf8 writes it: a lone
     // surrogate becomes U+FFFD.
     static void AppendUtf8(std::string& out, std::u16string_view text);
+    // Writes the same UTF-8 form at out, which has room for three bytes a
+    // code unit; returns the end of what it wrote.
+    static char* WriteUtf8(char* out, std::u16string_view text);
     // Reads UTF-8; each bad sequence becomes one U+FFFD.
     static CString FromUtf8(std::string_view utf8);
     // The decimal text of n >= 0, as Format(u"%u", n) writes it: the index

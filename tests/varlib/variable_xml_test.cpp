@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "corelib/XMLTextWriter.h"
 #include "value_generator.h"
 #include "varlib/values/VariableList.h"
 
@@ -194,6 +195,44 @@ TEST(VariableXml, DeepNestingRoundTrips) {
         pWalk = pChild;
     EXPECT_EQ(depth, kDepth);
     EXPECT_EQ(Elements(pWalk->m_arrayValue), "leaf=42");
+}
+
+// The text written straight from a value is, byte for byte, what the tree
+// prints, compact and indented: the generated mix, then texts that the mix
+// leaves out (a U+0000, which ends an attribute, lone surrogates, every
+// control character) and arrays nested inside XML payloads' neighbours.
+TEST(VariableXml, TextWrittenStraightIsTheTreesPrint) {
+    const auto expectSamePrint = [](const CVariable& value) {
+        const CXML tree = value.ToXml();
+        EXPECT_EQ(value.ToXmlString().ToUtf8(), tree.ToString(1).ToUtf8());
+        CXMLTextWriter indented(CXML::FORMAT_INDENT);
+        value.WriteXml(indented);
+        EXPECT_EQ(indented.ToString().ToUtf8(), tree.ToString(CXML::FORMAT_INDENT).ToUtf8());
+    };
+    valuegen::ValueGenerator generator(20261124, valuegen::Form::kXml);
+    for (int i = 0; i < 400; ++i) {
+        SCOPED_TRACE(i);
+        expectSamePrint(generator.Make(i % generator.Kinds(), 0));
+    }
+
+    std::u16string controls;
+    for (char16_t c = 1; c < 0x80; ++c)
+        controls += c;
+    const std::u16string texts[] = {
+        std::u16string(u"before\0after", 6) + u'\0' + u"after", controls, u"\xd800x\xdc00\xdbff", u"\U0001F600\xdfff",
+    };
+    CVariableArray array;
+    for (const std::u16string& text : texts) {
+        CVariable value{CString(text)};
+        value.m_strName = CString(text);
+        expectSamePrint(value);
+        array.InsertElement(CString(text), new CVariable(value));
+        array.InsertElement(u"x" + CString(text), new CVariable(CVariable(CXML(u"<a b='1'>t<![CDATA[c]]><c/><!--n--></a>", CString()))));
+    }
+    array.InsertElement(u"empty", new CVariable(CVariableArray()));
+    CVariable nested(array);
+    nested.m_arrayValue.InsertElement(u"again", new CVariable(array));
+    expectSamePrint(nested);
 }
 
 // FromXml replaces the items with one per child, whatever the tag names; copies are deep.

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "corelib/XMLAttributes.h"
+#include "corelib/XMLTextWriter.h"
 #include "varlib/values/Variable.h"
 #include "varlib/values/VariableArray.h"
 
@@ -151,6 +152,61 @@ void WriteArray(const CVariableArray& array, const CXML& arrayNode) {
     }
 }
 
+// The text form, written without a tree: the same attributes, in the same
+// order, and the same children as WriteOwnPart and WriteArray give.
+
+// Name, Type, DisplayName, Description and, by type, Value.
+void WriteOwnAttributes(const CVariable& value, CXMLTextWriter& out) {
+    out.Attribute("Name", value.m_strName);
+    out.Attribute("Type", int64_t{value.m_eType});
+    out.Attribute("DisplayName", value.m_strDisplayName);
+    out.Attribute("Description", value.m_strDescription);
+    switch (value.m_eType) {
+    case VT_INT:
+        out.Attribute("Value", value.m_nValue);
+        break;
+    case VT_STRING:
+        out.Attribute("Value", value.m_strValue);
+        break;
+    case VT_DOUBLE:
+        out.Attribute("Value", value.m_dValue);
+        break;
+    case VT_TIME:
+        out.Attribute("Value", int64_t{value.m_timeValue.GetTime()});
+        break;
+    case VT_BYTE:
+        out.Attribute("Value", int64_t{value.m_byteValue});
+        break;
+    case VT_CHAR:
+        out.Attribute("Value", int64_t{value.m_chValue});
+        break;
+    default:
+        break;
+    }
+}
+
+// The child of a value whose payload is a tree of its own; an ARRAY's child
+// is the caller's.
+void WriteOwnChild(const CVariable& value, CXMLTextWriter& out) {
+    switch (value.m_eType) {
+    case VT_INT:
+        if (value.m_enumValues.GetSize() > 0)
+            out.Element(value.m_enumValues.ToXml());
+        break;
+    case VT_PDU:
+        out.Element(value.m_pduValue.ToXml());
+        break;
+    case VT_SNMPVAR:
+        out.Element(value.m_vbValue.ToXml());
+        break;
+    case VT_XML:
+        out.Element(value.m_xmlValue);   // nothing when invalid
+        break;
+    default:
+        break;
+    }
+}
+
 // Reads the attributes of node into value and the payload of its type, except
 // the elements of an ARRAY: for an ARRAY node with a child, returns true and
 // leaves that child (the "ARRAY" element, whatever its name) in arrayNode.
@@ -281,7 +337,54 @@ void CVariable::FromXml(CXML& node) {
         ReadArray(m_arrayValue, arrayNode);
 }
 
-CString CVariable::ToXmlString() const { return ToXml().ToString(1); }
+// The text straight from the value: what ToXml().ToString(1) gives, without
+// the tree.
+CString CVariable::ToXmlString() const {
+    CXMLTextWriter out(CXML::FORMAT_COMPACT);
+    WriteXml(out);
+    return out.ToString();
+}
+
+// Writes value's element and everything below it. Depth-first with an
+// explicit stack: the elements of the arrays being written wait in one list,
+// each level's run at its end, taken off when the level is done.
+void CVariable::WriteXml(CXMLTextWriter& out) const {
+    using Item = CVariableArray::OrderedElement;
+    struct Level {
+        std::size_t begin;   // the level's run in items
+        std::size_t next;
+    };
+    std::vector<Item> items{{this, nullptr}};
+    std::vector<Level> levels{{0, 0}};
+    while (!levels.empty()) {
+        Level& level = levels.back();
+        if (level.next == items.size()) {
+            items.resize(level.begin);
+            levels.pop_back();
+            if (!levels.empty()) {
+                out.EndElement();   // "ARRAY"
+                out.EndElement();   // the array's own "VARIABLE"
+            }
+            continue;
+        }
+        const Item item = items[level.next++];
+        const CVariable& element = *item.pElement;
+        out.StartElement("VARIABLE");
+        WriteOwnAttributes(element, out);
+        if (item.pIndex != nullptr)
+            out.Attribute("Index", *item.pIndex);
+        if (element.m_eType == VT_ARRAY) {
+            out.StartElement("ARRAY");
+            const std::size_t begin = items.size();
+            element.m_arrayValue.AppendInOrder(items);
+            levels.push_back({begin, begin});   // level is not used past this point
+        } else {
+            WriteOwnChild(element, out);
+            out.EndElement();
+        }
+    }
+}
+
 
 // ---------------------------------------------------------------------------
 // CVariableArray

@@ -20,6 +20,8 @@
 #include "varlib/values/VariableArray.h"
 #include "varlib/values/VariableType.h"
 
+class CXMLTextWriter;
+
 class CVariable {
 public:
     // UNDEFINED, numbers zero, m_timeValue the current time.
@@ -173,6 +175,9 @@ public:
     // either: what ToXml gives, built in place inside a larger tree instead of
     // in a tree of its own that AddChild would then copy.
     void WriteXml(CXML& node) const;
+    // Writes the text of ToXml()'s element into out, as CXML prints it,
+    // without building the tree.
+    void WriteXml(CXMLTextWriter& out) const;
     // Reads a "VARIABLE" node into the object.
     void FromXml(CXML& node);
     // ToXml(), then CXML::ToString(1).

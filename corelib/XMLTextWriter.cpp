@@ -1,0 +1,215 @@
+// CXMLTextWriter: writes what CXML's printer (pugixml's, in CXML's formats)
+// would print for the tree, straight from the caller's walk.
+#include "corelib/XMLTextWriter.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+#include <system_error>
+
+#include <pugixml.hpp>
+
+#include "corelib/XML.h"
+#include "corelib/framework/File.h"
+#include "corelib/framework/FileException.h"
+
+namespace {
+
+constexpr std::size_t kFlushSize = 64 * 1024;
+constexpr std::size_t kIndentWidth = 2;   // CXML indents by two spaces a level
+constexpr char kDeclaration[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
+
+// Hands pugixml's output of a foreign subtree to the writer's text.
+struct AppendWriter : pugi::xml_writer {
+    explicit AppendWriter(std::string& t) : text(t) {}
+    void write(const void* data, size_t size) override { text.append(static_cast<const char*>(data), size); }
+    std::string& text;
+};
+
+}  // namespace
+
+CXMLTextWriter::CXMLTextWriter(int flag) : m_bIndent(flag == CXML::FORMAT_INDENT) {}
+
+CXMLTextWriter::CXMLTextWriter(CFile* file) : m_pFile(file), m_bIndent(true) {
+    m_text.append(kDeclaration, sizeof kDeclaration - 1);
+}
+
+void CXMLTextWriter::BeginChild() {
+    if (m_bStartOpen) {
+        m_text.push_back('>');
+        if (m_bIndent)
+            m_text.push_back('\n');
+        m_bStartOpen = false;
+    }
+}
+
+void CXMLTextWriter::Indent(std::size_t depth) {
+    if (m_bIndent)
+        m_text.append(depth * kIndentWidth, ' ');
+}
+
+void CXMLTextWriter::StartElement(std::string_view tag) {
+    BeginChild();
+    Indent(m_tagLengths.size());
+    m_text.push_back('<');
+    m_text.append(tag);
+    m_tags.append(tag);
+    m_tagLengths.push_back(tag.size());
+    m_bStartOpen = true;
+}
+
+void CXMLTextWriter::EndElement() {
+    if (m_tagLengths.empty())
+        return;
+    const std::size_t length = m_tagLengths.back();
+    m_tagLengths.pop_back();
+    const std::string_view tag = std::string_view(m_tags).substr(m_tags.size() - length);
+    if (m_bStartOpen) {
+        // No child: an empty-element tag, with a blank before "/>" when indented.
+        m_text.append(m_bIndent ? " />\n" : "/>");
+        m_bStartOpen = false;
+    } else {
+        Indent(m_tagLengths.size());
+        m_text.append("</");
+        m_text.append(tag);
+        m_text.push_back('>');
+        if (m_bIndent)
+            m_text.push_back('\n');
+    }
+    m_tags.resize(m_tags.size() - length);
+    FlushIfLarge();
+}
+
+void CXMLTextWriter::Attribute(std::string_view name, std::u16string_view value) {
+    m_text.push_back(' ');
+    m_text.append(name);
+    m_text.append("=\"");
+    AppendEscaped(value);
+    m_text.push_back('"');
+}
+
+void CXMLTextWriter::Attribute(std::string_view name, int64_t value) {
+    char buffer[24];
+    const auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, value);
+    m_text.push_back(' ');
+    m_text.append(name);
+    m_text.append("=\"");
+    m_text.append(buffer, end);
+    m_text.push_back('"');
+}
+
+void CXMLTextWriter::Attribute(std::string_view name, double value) {
+    char buffer[64];
+    const auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, value);
+    m_text.push_back(' ');
+    m_text.append(name);
+    m_text.append("=\"");
+    if (ec == std::errc())
+        m_text.append(buffer, end);
+    else
+        m_text.push_back('0');
+    m_text.push_back('"');
+}
+
+void CXMLTextWriter::AppendEscaped(std::u16string_view value) {
+    // Room for the worst case ("&quot;" for every unit), written through a
+    // pointer and cut back to what was written.
+    const std::size_t start = m_text.size();
+    m_text.resize(start + value.size() * 6);
+    char* out = m_text.data() + start;
+    const char16_t* p = value.data();
+    const char16_t* const end = p + value.size();
+    while (p < end) {
+        const char16_t c = *p;
+        if (c >= 0x80) {
+            // A run outside ASCII goes out as CString::ToUtf8 writes it, so
+            // that a surrogate pair split at the run's edge cannot happen.
+            const char16_t* q = p + 1;
+            while (q < end && *q >= 0x80)
+                ++q;
+            out = CString::WriteUtf8(out, std::u16string_view(p, static_cast<std::size_t>(q - p)));
+            p = q;
+            continue;
+        }
+        ++p;
+        if (c >= 32) {
+            switch (c) {
+            case u'&':
+                std::memcpy(out, "&amp;", 5);
+                out += 5;
+                break;
+            case u'<':
+                std::memcpy(out, "&lt;", 4);
+                out += 4;
+                break;
+            case u'"':
+                std::memcpy(out, "&quot;", 6);
+                out += 6;
+                break;
+            default:
+                *out++ = static_cast<char>(c);
+                break;
+            }
+        } else if (c == 0) {
+            break;   // XML cannot carry U+0000: the value ends here
+        } else {
+            // Tabs, line ends and the other controls as "&#NN;", so that a
+            // reader's whitespace normalisation leaves them alone.
+            *out++ = '&';
+            *out++ = '#';
+            *out++ = static_cast<char>('0' + c / 10);
+            *out++ = static_cast<char>('0' + c % 10);
+            *out++ = ';';
+        }
+    }
+    m_text.resize(static_cast<std::size_t>(out - m_text.data()));
+}
+
+void CXMLTextWriter::Element(const CXML& node) {
+    if (!node.m_node)
+        return;
+    BeginChild();
+    AppendWriter writer(m_text);
+    const pugi::xml_node element(static_cast<pugi::xml_node_struct*>(node.m_node));
+    element.print(writer, "  ", m_bIndent ? pugi::format_indent : pugi::format_raw, pugi::encoding_utf8,
+                  static_cast<unsigned int>(m_tagLengths.size()));
+    FlushIfLarge();
+}
+
+void CXMLTextWriter::FlushIfLarge() {
+    if (m_pFile != nullptr && m_text.size() >= kFlushSize)
+        Flush();
+}
+
+void CXMLTextWriter::Flush() {
+    if (!m_bFailed) {
+        try {
+            const char* p = m_text.data();
+            std::size_t size = m_text.size();
+            while (size > 0) {
+                // CFile::Write takes an unsigned int count; write large pieces in slices.
+                const unsigned int slice = size > (1u << 30) ? (1u << 30) : static_cast<unsigned int>(size);
+                m_pFile->Write(p, slice);
+                p += slice;
+                size -= slice;
+            }
+        } catch (const CFileException&) {
+            m_bFailed = true;
+        }
+    }
+    m_text.clear();
+}
+
+CString CXMLTextWriter::ToString() const {
+    std::string_view text(m_text);
+    while (!text.empty() && text.back() == '\n')
+        text.remove_suffix(1);
+    return CString::FromUtf8(text);
+}
+
+int CXMLTextWriter::Finish() {
+    if (m_pFile == nullptr)
+        return 0;
+    Flush();
+    return m_bFailed ? 0 : 1;
+}
