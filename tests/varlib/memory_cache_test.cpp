@@ -11,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "corelib/framework/File.h"
 #include "corelib/framework/InvalidArgException.h"
 #include "corelib/framework/SingleLock.h"
 #include "corelib/temp_dir.h"
@@ -28,6 +29,8 @@ public:
     explicit CacheProbe(CXML& node) : CMemoryCache(node) {}
     unsigned int Buckets() const { return m_entries.GetHashTableSize(); }
     CCriticalSection& Lock() { return m_lock; }
+    // The tree of any cache, through the member this class may name.
+    static CXML TreeOf(const CMemoryCache& cache) { return (cache.*(&CacheProbe::ToXml))(); }
     // Makes a probe the instance, so that a test can reach the instance's lock.
     static CacheProbe* Install() {
         CleanUp();
@@ -162,10 +165,26 @@ TEST_F(MemoryCacheTest, SaveLoadAndDamagedFiles) {
     }
     cache.AddEntry(u"", Str("under the empty key"), u"");
     saved[""] = {XmlOf(Str("under the empty key")), {}};
+    // A table large enough that the file is written in several pieces.
+    std::vector<std::pair<std::string, CVariable>> rows;
+    for (int r = 0; r < 3000; ++r)
+        rows.emplace_back("row " + std::to_string(r), Row({{"Name", "host <" + std::to_string(r) + ">"}}));
+    const CVariable table = Array(rows);
+    cache.AddEntry(u"table", table, u"Name");
+    CMemoryCacheEntry tableEntry;
+    tableEntry.Create(table, u"Name");
+    saved["table"] = {XmlOf(table), PairsOf(tableEntry)};
     EXPECT_FALSE(saved["k12 ARRAY of rows"].second.empty()) << "the table must have been indexed";
     ASSERT_EQ(cache.Save(Path("good.xml")), 1);
     const std::string good = ReadBytes(dir.File("good.xml"));
-    ASSERT_GT(good.size(), 1000u);
+    ASSERT_GT(good.size(), 200000u);
+    // The file and the text are those of the tree, written without building it.
+    CFile treeFile;
+    ASSERT_TRUE(treeFile.Open(Path("tree.xml"), CFile::modeCreate | CFile::modeWrite));
+    ASSERT_EQ(CacheProbe::TreeOf(cache).XMLWrite(&treeFile, 1), 1);
+    treeFile.Close();
+    EXPECT_TRUE(ReadBytes(dir.File("tree.xml")) == good);
+    EXPECT_TRUE(cache.ToString() == CacheProbe::TreeOf(cache).ToString(1));
 
     std::vector<std::pair<std::string, std::string>> damaged;   // what was done, the bytes
     for (int tenth = 0; tenth < 10; ++tenth)

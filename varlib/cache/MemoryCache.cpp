@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "corelib/XMLTextWriter.h"
 #include "corelib/framework/File.h"
 #include "corelib/framework/FileException.h"
 #include "corelib/framework/SingleLock.h"
@@ -111,7 +112,25 @@ int CMemoryCache::GetCount() {
 
 CString CMemoryCache::ToString() {
     CSingleLock lock(&m_lock, 1);
-    return ToXml().ToString(1);
+    CXMLTextWriter out(CXML::FORMAT_COMPACT);
+    WriteText(out);
+    return out.ToString();
+}
+
+void CMemoryCache::WriteText(CXMLTextWriter& out) const {
+    // The text of ToXml's tree, written without the tree.
+    static const std::string kRootTag = TAG_NAME.ToUtf8();
+    static const std::string kEntryTag = CMemoryCacheEntry::TAG_NAME.ToUtf8();
+    out.StartElement(kRootTag);
+    for (const auto* pair = m_entries.PGetFirstAssoc(); pair != nullptr; pair = m_entries.PGetNextAssoc(pair)) {
+        if (pair->value == nullptr)
+            continue;
+        out.StartElement(kEntryTag);
+        out.Attribute("Key", pair->key);
+        pair->value->WriteInto(out);
+        out.EndElement();
+    }
+    out.EndElement();
 }
 
 CXML CMemoryCache::ToXml() const {
@@ -158,8 +177,11 @@ int CMemoryCache::Save(const CString& path) {
     CFile file;
     if (!file.Open(path, kSaveFlags))
         return 0;
-    CXML tree = ToXml();
-    const int result = tree.XMLWrite(&file, 1);
+    // The document XMLWrite gives for ToXml's tree, written as the entries
+    // are walked: the file takes it in pieces, and no tree is built.
+    CXMLTextWriter out(&file);
+    WriteText(out);
+    const int result = out.Finish();
     file.Close();
     return result;
 }

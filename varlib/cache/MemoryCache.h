@@ -26,6 +26,8 @@
 #include "varlib/cache/MemoryCacheEntry.h"
 #include "varlib/values/Variable.h"
 
+class CXMLTextWriter;
+
 class CMemoryCache {
 public:
     static const CString TAG_NAME;   // "MemoryCache", the root of the cache file
@@ -89,6 +91,9 @@ protected:
     static CMemoryCache* m_pInstance;
 
 private:
+    // ToXml's tree as text, into out.
+    void WriteText(CXMLTextWriter& out) const;
+
     CMemoryCache(const CMemoryCache&) = delete;
     CMemoryCache& operator=(const CMemoryCache&) = delete;
 };

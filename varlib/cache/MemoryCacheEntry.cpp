@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "corelib/XMLAttributes.h"
+#include "corelib/XMLTextWriter.h"
 #include "varlib/values/VariableArray.h"
 
 const CString CMemoryCacheEntry::TAG_NAME(u"MemoryCacheEntry");
@@ -128,4 +129,20 @@ void CMemoryCacheEntry::WriteInto(CXML& node) const {
         entry.SetAttr(kValueAttr, pair->key);
         entry.SetAttr(kIndexAttr, pair->value);
     }
+}
+
+void CMemoryCacheEntry::WriteInto(CXMLTextWriter& out) const {
+    static const std::string kEntriesTag = ENTRIES_TAG_NAME.ToUtf8();
+    static const std::string kEntryTag = ENTRY_TAG_NAME.ToUtf8();
+    if (m_pVariable != nullptr)
+        m_pVariable->WriteXml(out);
+    out.StartElement(kEntriesTag);
+    out.Attribute("HashTableSize", int64_t{static_cast<int>(GetCount())});
+    for (const CPair* pair = PGetFirstAssoc(); pair != nullptr; pair = PGetNextAssoc(pair)) {
+        out.StartElement(kEntryTag);
+        out.Attribute("Value", pair->key);
+        out.Attribute("Index", pair->value);
+        out.EndElement();
+    }
+    out.EndElement();
 }

@@ -20,6 +20,8 @@
 #include "corelib/framework/String.h"
 #include "varlib/values/Variable.h"
 
+class CXMLTextWriter;
+
 class CMemoryCacheEntry : public CMap<CString, const char16_t*, CString, const char16_t*> {
 public:
     static const CString TAG_NAME;           // "MemoryCacheEntry"
@@ -65,4 +67,6 @@ private:
     // Adds the children of ToXml to node, an element without children, so that
     // a cache writes its entries straight into its own tree.
     void WriteInto(CXML& node) const;
+    // The same children as text, into the entry's open element.
+    void WriteInto(CXMLTextWriter& out) const;
 };
