@@ -60,6 +60,33 @@ char* WriteUtf8(char* out, char32_t cp) {
 bool IsHighSurrogate(char16_t c) { return c >= 0xD800 && c <= 0xDBFF; }
 bool IsLowSurrogate(char16_t c) { return c >= 0xDC00 && c <= 0xDFFF; }
 
+// The number of leading code units below 0x80, found eight at a time: text
+// is nearly all ASCII, and the conversions copy such runs by the block.
+std::size_t AsciiRun(const char16_t* p, std::size_t n) {
+    std::size_t i = 0;
+    for (; i + 8 <= n; i += 8) {
+        uint64_t a, b;
+        std::memcpy(&a, p + i, 8);
+        std::memcpy(&b, p + i + 4, 8);
+        if ((a | b) & 0xFF80FF80FF80FF80ull) break;
+    }
+    while (i < n && p[i] < 0x80) ++i;
+    return i;
+}
+
+// The same for bytes below 0x80.
+std::size_t AsciiRun(const char* p, std::size_t n) {
+    std::size_t i = 0;
+    for (; i + 16 <= n; i += 16) {
+        uint64_t a, b;
+        std::memcpy(&a, p + i, 8);
+        std::memcpy(&b, p + i + 8, 8);
+        if ((a | b) & 0x8080808080808080ull) break;
+    }
+    while (i < n && static_cast<unsigned char>(p[i]) < 0x80) ++i;
+    return i;
+}
+
 // Decodes UTF-8 after the maximal-subpart rule: each ill-formed sequence (an
 // invalid lead byte, or the longest valid prefix of a broken sequence) becomes
 // one U+FFFD, as the Unicode standard recommends. Writes at most in.size()
@@ -71,8 +98,11 @@ std::size_t DecodeUtf8(std::string_view in, char16_t* out) {
     while (i < n) {
         const unsigned char b0 = static_cast<unsigned char>(in[i]);
         if (b0 < 0x80) {
-            *out++ = static_cast<char16_t>(b0);
-            ++i;
+            const std::size_t run = AsciiRun(in.data() + i, n - i);
+            for (std::size_t k = 0; k < run; ++k)
+                out[k] = static_cast<char16_t>(static_cast<unsigned char>(in[i + k]));
+            out += run;
+            i += run;
             continue;
         }
         int need = 0;
@@ -130,7 +160,10 @@ std::size_t Utf8Length(std::u16string_view in) {
     std::size_t n = in.size();
     for (std::size_t i = 0; i < in.size(); ++i) {
         const char16_t c = in[i];
-        if (c < 0x80) continue;
+        if (c < 0x80) {
+            i += AsciiRun(in.data() + i, in.size() - i) - 1;
+            continue;
+        }
         if (c < 0x800) {
             n += 1;
         } else if (IsHighSurrogate(c) && i + 1 < in.size() && IsLowSurrogate(in[i + 1])) {
@@ -156,7 +189,11 @@ char* CString::WriteUtf8(char* p, std::u16string_view in) {
     for (std::size_t i = 0; i < in.size(); ++i) {
         const char16_t c = in[i];
         if (c < 0x80) {
-            *p++ = static_cast<char>(c);
+            const std::size_t run = AsciiRun(in.data() + i, in.size() - i);
+            for (std::size_t k = 0; k < run; ++k)
+                p[k] = static_cast<char>(in[i + k]);
+            p += run;
+            i += run - 1;
         } else if (IsHighSurrogate(c) && i + 1 < in.size() && IsLowSurrogate(in[i + 1])) {
             const char32_t cp = 0x10000 + ((static_cast<char32_t>(c) - 0xD800) << 10) + (in[i + 1] - 0xDC00);
             p = ::WriteUtf8(p, cp);
