@@ -24,7 +24,8 @@
 // parsed tree keeps the text it was parsed from: pugixml parses it in place,
 // and its names and values point into it.
 struct tw::detail::XmlDocument {
-    std::string text;
+    std::string text;                  // the text of a string
+    std::unique_ptr<char[]> fileText;  // or of a file, read without first filling the buffer
     pugi::xml_document doc;
     long handles = 0;
 };
@@ -94,40 +95,51 @@ private:
 // XML forbids two attributes of one name on an element; pugixml doesn't check
 // it. An element with a few attributes compares every pair, first letters
 // first; one with many goes through a hash set, so that an element with
-// thousands of attributes costs linear time, not quadratic.
-bool HasDuplicateAttributes(pugi::xml_node root) {
-    constexpr std::size_t kPairwise = 16;
-    std::vector<const char*> names;
-    std::unordered_set<std::string_view> seen;
-    std::vector<pugi::xml_node> stack{root};
-    while (!stack.empty()) {
-        const pugi::xml_node node = stack.back();
-        stack.pop_back();
-        names.clear();
+// thousands of attributes costs linear time, not quadratic. pugixml's own
+// walk visits the nodes: no stack of ours, no calls to find the next element.
+class DuplicateAttributeFinder : public pugi::xml_tree_walker {
+public:
+    bool found = false;
+
+    bool for_each(pugi::xml_node& node) override {
+        constexpr std::size_t kPairwise = 16;
+        m_names.clear();
         for (pugi::xml_attribute a = node.first_attribute(); a; a = a.next_attribute()) {
-            names.push_back(a.name());
+            m_names.push_back(a.name());
         }
-        if (names.size() <= kPairwise) {
-            for (std::size_t i = 0; i < names.size(); ++i) {
-                for (std::size_t j = i + 1; j < names.size(); ++j) {
-                    if (names[i][0] == names[j][0] && std::strcmp(names[i], names[j]) == 0) {
-                        return true;
+        if (m_names.size() <= kPairwise) {
+            for (std::size_t i = 0; i < m_names.size(); ++i) {
+                for (std::size_t j = i + 1; j < m_names.size(); ++j) {
+                    if (m_names[i][0] == m_names[j][0] && std::strcmp(m_names[i], m_names[j]) == 0) {
+                        found = true;
                     }
                 }
             }
         } else {
-            seen.clear();
-            for (const char* name : names) {
-                if (!seen.insert(name).second) {
-                    return true;
+            m_seen.clear();
+            for (const char* name : m_names) {
+                if (!m_seen.insert(name).second) {
+                    found = true;
                 }
             }
         }
-        for (pugi::xml_node child = FirstElement(node); child; child = NextElement(child)) {
-            stack.push_back(child);
-        }
+        return !found;   // the walk stops at the first duplicate
     }
-    return false;
+
+private:
+    std::vector<const char*> m_names;
+    std::unordered_set<std::string_view> m_seen;
+};
+
+bool HasDuplicateAttributes(pugi::xml_node root) {
+    DuplicateAttributeFinder finder;
+    // traverse visits the descendants; the root's own attributes come first.
+    pugi::xml_node self = root;
+    if (!finder.for_each(self)) {
+        return true;
+    }
+    root.traverse(finder);
+    return finder.found;
 }
 
 struct StringWriter : pugi::xml_writer {
@@ -216,8 +228,20 @@ CXML& CXML::operator=(const CXML& other) {
 int CXML::Adopt(std::string text, const CString& rootTag) {
     auto doc = std::make_unique<XmlDocument>();
     doc->text = std::move(text);
-    const pugi::xml_parse_result result =
-        doc->doc.load_buffer_inplace(doc->text.data(), doc->text.size(), kParseFlags, pugi::encoding_auto);
+    char* const data = doc->text.data();
+    const std::size_t size = doc->text.size();
+    return AdoptParsed(std::move(doc), data, size, rootTag);
+}
+
+int CXML::Adopt(std::unique_ptr<char[]> data, std::size_t size, const CString& rootTag) {
+    auto doc = std::make_unique<XmlDocument>();
+    doc->fileText = std::move(data);
+    char* const text = doc->fileText.get();
+    return AdoptParsed(std::move(doc), text, size, rootTag);
+}
+
+int CXML::AdoptParsed(std::unique_ptr<XmlDocument> doc, char* data, std::size_t size, const CString& rootTag) {
+    const pugi::xml_parse_result result = doc->doc.load_buffer_inplace(data, size, kParseFlags, pugi::encoding_auto);
     if (!result) {
         return 0;
     }
@@ -289,6 +313,10 @@ CXML CXML::GetChild(const CString& tag) const {
 
 CString CXML::GetTagName() const {
     return m_node ? CString::FromUtf8(NodeOf(m_node).name()) : CString();
+}
+
+int CXML::HasTagName(const CString& tag) const {
+    return (m_node && std::strcmp(NodeOf(m_node).name(), Utf8Name(tag).c_str()) == 0) ? 1 : 0;
 }
 
 int CXML::HasAttr(const CString& name) const {
@@ -458,20 +486,29 @@ int CXML::XMLRead(CFile* file, const CString& rootTag, int /*flag*/) {
     if (!file) {
         return 0;
     }
-    std::string data;
+    // Read straight into a buffer sized from the file's length where it has
+    // one (not filled first: a cache file runs to tens of megabytes); the
+    // loop still reads to the real end.
+    std::unique_ptr<char[]> data;
+    std::size_t size = 0, capacity = 0;
     try {
-        // Read straight into the text, sized from the file's length where it
-        // has one; the loop still reads to the real end.
         const uint64_t length = file->GetLength();
         std::size_t chunk = 65536;
         if (length > 0 && length < (uint64_t{1} << 31)) {
             chunk = static_cast<std::size_t>(length) + 1;
         }
         for (;;) {
-            const std::size_t start = data.size();
-            data.resize(start + chunk);
-            const unsigned int n = file->Read(data.data() + start, static_cast<unsigned int>(chunk));
-            data.resize(start + n);
+            if (capacity - size < chunk) {
+                const std::size_t grown = std::max(size + chunk, capacity * 2);
+                std::unique_ptr<char[]> bigger(new char[grown]);
+                if (size > 0) {
+                    std::memcpy(bigger.get(), data.get(), size);
+                }
+                data = std::move(bigger);
+                capacity = grown;
+            }
+            const unsigned int n = file->Read(data.get() + size, static_cast<unsigned int>(chunk));
+            size += n;
             if (n < chunk) {
                 break;
             }
@@ -480,7 +517,7 @@ int CXML::XMLRead(CFile* file, const CString& rootTag, int /*flag*/) {
     } catch (const CFileException&) {
         return 0;
     }
-    return Adopt(std::move(data), rootTag);
+    return Adopt(std::move(data), size, rootTag);
 }
 
 int CXML::IsSameNode(const CXML& other) const {

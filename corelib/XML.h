@@ -23,6 +23,7 @@
 // Handles on different trees may be used on different threads.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -91,6 +92,9 @@ public:
 
     // The element's name; empty for an invalid node.
     CString GetTagName() const;
+    // Non-zero if the element is named tag (exactly); 0 for an invalid node.
+    // Makes no string: a reader that tells children apart asks this of each.
+    int HasTagName(const CString& tag) const;
 
     // Non-zero if the attribute is present.
     int HasAttr(const CString& name) const;
@@ -160,6 +164,10 @@ private:
     void SetAttrUnsigned(const CString& name, uint64_t value);
     // Parses text, which the tree keeps; 0 and no change on failure.
     int Adopt(std::string text, const CString& rootTag);
+    // Parses the size bytes of a file's text, which the tree keeps.
+    int Adopt(std::unique_ptr<char[]> data, std::size_t size, const CString& rootTag);
+    // Parses the text that doc holds at data; 0 and no change on failure.
+    int AdoptParsed(std::unique_ptr<tw::detail::XmlDocument> doc, char* data, std::size_t size, const CString& rootTag);
 
     // Takes a share of doc (may be null) and drops the share held before.
     void Share(tw::detail::XmlDocument* doc);

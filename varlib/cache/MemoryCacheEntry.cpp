@@ -69,15 +69,14 @@ void CMemoryCacheEntry::FromXml(CXML& node) {
     // Walk a handle of our own, so that the caller's walk of node stays where it was.
     CXML source(node);
     for (CXML child = source.GetFirstChild(); child.IsValid(); child = source.GetNextChild()) {
-        const CString tag = child.GetTagName();
-        if (tag == CVariable::GetTagName()) {
+        if (child.HasTagName(CVariable::GetTagName())) {
             // A later "VARIABLE" replaces an earlier one; the new value is read
             // whole before the old one goes.
             auto pValue = std::make_unique<CVariable>();
             pValue->FromXml(child);
             delete m_pVariable;
             m_pVariable = pValue.release();
-        } else if (tag == ENTRIES_TAG_NAME) {
+        } else if (child.HasTagName(ENTRIES_TAG_NAME)) {
             // HashTableSize is the writer's count of pairs. It is taken as the
             // bucket count up to the number of ENTRY children really present,
             // so that a damaged figure cannot claim gigabytes of buckets; 0 or
