@@ -71,6 +71,9 @@ TEST(Xml, ParsesTextNamesAndChecksTheRoot) {
     const CXML doc(CString(u"<?xml version=\"1.0\"?>\n<a x=\"1\" v=\"a\nb\tc\">\n  <b/>\n  <c/>\n</a>"), CString());
     EXPECT_EQ(doc.GetChildCount(), 2);
     EXPECT_EQ(Utf8(doc.GetAttr(u"v", u"")), "a b c");  // raw white space reads as blanks
+    // HasTagName compares exactly, non-ASCII names too.
+    EXPECT_EQ(doc.HasTagName(u"a") * 4 + doc.HasTagName(u"A") * 2 + doc.HasTagName(u"ab"), 4);
+    EXPECT_EQ(node.HasTagName(CString(u"\u00e9l\u00e9ment")) + CXML().HasTagName(CString()), 1);
     EXPECT_NE(CXML(CString(u"<a/>"), CString(u"a")).IsValid(), 0);
     EXPECT_EQ(CXML(CString(u"<a/>"), CString(u"b")).IsValid(), 0);
 }
