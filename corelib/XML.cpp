@@ -3,6 +3,7 @@
 // document lives.
 #include "corelib/XML.h"
 #include "corelib/XMLAttributes.h"
+#include "corelib/XMLTextWriter.h"
 
 #include <algorithm>
 #include <charconv>
@@ -141,11 +142,6 @@ bool HasDuplicateAttributes(pugi::xml_node root) {
     root.traverse(finder);
     return finder.found;
 }
-
-struct StringWriter : pugi::xml_writer {
-    std::string text;
-    void write(const void* data, size_t size) override { text.append(static_cast<const char*>(data), size); }
-};
 
 std::string_view Trimmed(const char* text) {
     std::string_view s(text);
@@ -433,53 +429,22 @@ CString CXML::ToString(int flag) const {
     if (!m_node) {
         return CString();
     }
-    StringWriter writer;
-    const unsigned int format = flag == FORMAT_INDENT ? pugi::format_indent : pugi::format_raw;
-    NodeOf(m_node).print(writer, "  ", format, pugi::encoding_utf8);
-    while (!writer.text.empty() && writer.text.back() == '\n') {
-        writer.text.pop_back();
-    }
-    return CString::FromUtf8(writer.text);
+    // The writer prints the indented form with its indentation capped.
+    CXMLTextWriter writer(flag == FORMAT_INDENT ? FORMAT_INDENT : FORMAT_COMPACT);
+    writer.Element(*this);
+    return writer.ToString();
 }
 
 int CXML::FromString(const CString& text, const CString& rootTag) { return Adopt(text.ToUtf8(), rootTag); }
-
-namespace {
-
-// Hands pugixml's buffered output straight to the file, so that a large tree
-// is never held as one string. The first failed write ends the writing; the
-// rest is dropped and the result reports it.
-struct FileWriter : pugi::xml_writer {
-    explicit FileWriter(CFile* f) : file(f) {}
-    void write(const void* data, size_t size) override {
-        const char* p = static_cast<const char*>(data);
-        try {
-            while (ok && size > 0) {
-                // CFile::Write takes an unsigned int count; write large pieces in slices.
-                const unsigned int slice = size > (1u << 30) ? (1u << 30) : static_cast<unsigned int>(size);
-                file->Write(p, slice);
-                p += slice;
-                size -= slice;
-            }
-        } catch (const CFileException&) {
-            ok = false;
-        }
-    }
-    CFile* file;
-    bool ok = true;
-};
-
-}  // namespace
 
 int CXML::XMLWrite(CFile* file, int /*flag*/) {
     if (!m_node || !file) {
         return 0;
     }
-    FileWriter writer(file);
-    static constexpr char kDeclaration[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
-    writer.write(kDeclaration, sizeof kDeclaration - 1);
-    NodeOf(m_node).print(writer, "  ", pugi::format_indent, pugi::encoding_utf8);
-    return writer.ok ? 1 : 0;
+    // The declaration, then the tree indented, handed to the file in pieces.
+    CXMLTextWriter writer(file);
+    writer.Element(*this);
+    return writer.Finish();
 }
 
 int CXML::XMLRead(CFile* file, const CString& rootTag, int /*flag*/) {

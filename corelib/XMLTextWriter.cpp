@@ -17,6 +17,10 @@ namespace {
 
 constexpr std::size_t kFlushSize = 64 * 1024;
 constexpr std::size_t kIndentWidth = 2;   // CXML indents by two spaces a level
+// Deeper elements are indented as deep as this, no further: every line then
+// costs at most 64 blanks, and the text of a deeply nested tree grows with
+// the tree, not with its square.
+constexpr std::size_t kMaxIndentDepth = 32;
 constexpr char kDeclaration[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
 
 // Hands pugixml's output of a foreign subtree to the writer's text.
@@ -45,7 +49,7 @@ void CXMLTextWriter::BeginChild() {
 
 void CXMLTextWriter::Indent(std::size_t depth) {
     if (m_bIndent)
-        m_text.append(depth * kIndentWidth, ' ');
+        m_text.append(std::min(depth, kMaxIndentDepth) * kIndentWidth, ' ');
 }
 
 void CXMLTextWriter::StartElement(std::string_view tag) {
@@ -165,15 +169,144 @@ void CXMLTextWriter::AppendEscaped(std::u16string_view value) {
     m_text.resize(static_cast<std::size_t>(out - m_text.data()));
 }
 
+void CXMLTextWriter::AppendEscaped(std::string_view value) {
+    std::size_t run = 0;   // bytes since the last one written escaped
+    const char* p = value.data();
+    for (std::size_t i = 0; i < value.size(); ++i) {
+        const unsigned char c = static_cast<unsigned char>(value[i]);
+        const char* entity = nullptr;
+        char reference[6];
+        if (c == '&') {
+            entity = "&amp;";
+        } else if (c == '<') {
+            entity = "&lt;";
+        } else if (c == '"') {
+            entity = "&quot;";
+        } else if (c < 32) {
+            reference[0] = '&';
+            reference[1] = '#';
+            reference[2] = static_cast<char>('0' + c / 10);
+            reference[3] = static_cast<char>('0' + c % 10);
+            reference[4] = ';';
+            reference[5] = '\0';
+            entity = reference;
+        } else {
+            ++run;
+            continue;
+        }
+        m_text.append(p + i - run, run);
+        run = 0;
+        m_text.append(entity);
+    }
+    m_text.append(p + value.size() - run, run);
+}
+
 void CXMLTextWriter::Element(const CXML& node) {
     if (!node.m_node)
         return;
     BeginChild();
-    AppendWriter writer(m_text);
     const pugi::xml_node element(static_cast<pugi::xml_node_struct*>(node.m_node));
-    element.print(writer, "  ", m_bIndent ? pugi::format_indent : pugi::format_raw, pugi::encoding_utf8,
-                  static_cast<unsigned int>(m_tagLengths.size()));
+    if (m_bIndent) {
+        PrintIndented(&element);
+    } else {
+        AppendWriter writer(m_text);
+        element.print(writer, "", pugi::format_raw, pugi::encoding_utf8);
+    }
     FlushIfLarge();
+}
+
+namespace {
+
+// A subtree this printer leaves to pugixml: a name it would print as
+// ":anonymous", or an element that carries text of its own.
+bool HasUnnamedParts(pugi::xml_node node) {
+    if (node.type() != pugi::node_element)
+        return false;
+    if (node.name()[0] == '\0' || node.value()[0] != '\0')
+        return true;
+    for (pugi::xml_attribute a = node.first_attribute(); a; a = a.next_attribute()) {
+        if (a.name()[0] == '\0')
+            return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+// The indented layout of pugixml's printer (CXML's format), walked the same
+// way, with one difference: indentation stops growing at kMaxIndentDepth, so
+// that a tree nested 50,000 deep prints in space linear in its size. Nodes
+// other than elements are printed by pugixml itself, each on its own.
+void CXMLTextWriter::PrintIndented(const void* pRoot) {
+    const pugi::xml_node root = *static_cast<const pugi::xml_node*>(pRoot);
+    enum : unsigned { kNewline = 1, kIndent = 2 };
+    std::size_t depth = m_tagLengths.size();
+    unsigned flags = kIndent;
+    AppendWriter writer(m_text);
+    const auto printAlone = [&](pugi::xml_node n) { n.print(writer, "", pugi::format_raw, pugi::encoding_utf8); };
+    pugi::xml_node node = root;
+    do {
+        const pugi::xml_node_type type = node.type();
+        if (type == pugi::node_pcdata || type == pugi::node_cdata) {
+            printAlone(node);
+            flags = 0;
+        } else if (type == pugi::node_element && HasUnnamedParts(node)) {
+            // pugixml prints it whole, its first line indented by itself.
+            if (flags & kNewline)
+                m_text.push_back('\n');
+            node.print(writer, "  ", pugi::format_indent, pugi::encoding_utf8,
+                       static_cast<unsigned int>(std::min(depth, kMaxIndentDepth)));
+            if (!m_text.empty() && m_text.back() == '\n')
+                m_text.pop_back();
+            flags = kNewline | kIndent;
+        } else {
+            if (flags & kNewline)
+                m_text.push_back('\n');
+            if (flags & kIndent)
+                Indent(depth);
+            if (type == pugi::node_element) {
+                flags = kNewline | kIndent;
+                m_text.push_back('<');
+                m_text.append(node.name());
+                for (pugi::xml_attribute a = node.first_attribute(); a; a = a.next_attribute()) {
+                    m_text.push_back(' ');
+                    m_text.append(a.name());
+                    m_text.append("=\"");
+                    AppendEscaped(std::string_view(a.value()));
+                    m_text.push_back('"');
+                }
+                if (node.first_child()) {
+                    m_text.push_back('>');
+                    node = node.first_child();
+                    ++depth;
+                    continue;
+                }
+                m_text.append(" />");
+            } else {
+                printAlone(node);
+                flags = kNewline | kIndent;
+            }
+        }
+        // On to the next node: a sibling, or up through the closing tags.
+        while (node != root) {
+            if (node.next_sibling()) {
+                node = node.next_sibling();
+                break;
+            }
+            node = node.parent();
+            --depth;
+            if (flags & kNewline)
+                m_text.push_back('\n');
+            if (flags & kIndent)
+                Indent(depth);
+            m_text.append("</");
+            m_text.append(node.name());
+            m_text.push_back('>');
+            flags = kNewline | kIndent;
+        }
+    } while (node != root);
+    if (flags & kNewline)
+        m_text.push_back('\n');
 }
 
 void CXMLTextWriter::FlushIfLarge() {

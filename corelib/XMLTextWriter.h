@@ -68,6 +68,9 @@ private:
     void BeginChild();
     void Indent(std::size_t depth);
     void AppendEscaped(std::u16string_view value);
+    void AppendEscaped(std::string_view utf8);
+    // Prints the tree of a pugixml node (given as const pugi::xml_node*) indented.
+    void PrintIndented(const void* pRoot);
     void FlushIfLarge();
     void Flush();
 

@@ -2,11 +2,16 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <fstream>
+#include <iterator>
 #include <limits>
+#include <sstream>
 #include <string>
 #include <tuple>
 #include <utility>
 #include <vector>
+
+#include <pugixml.hpp>
 
 #include "alloc_counter.h"
 #include "corelib/XML.h"
@@ -270,4 +275,47 @@ TEST(Xml, ChildWalkIsKeptByEachParent) {
     EXPECT_EQ(root.GetNextChild().IsValid(), 0);  // stays past the end
     EXPECT_EQ(Utf8(root.GetFirstChild().GetTagName() + root.GetChild(u"b").GetTagName()), "ab");
     EXPECT_EQ(root.GetChild(u"zz").IsValid(), 0);
+}
+
+// The indented forms are pugixml's layout, byte for byte, for trees of every
+// kind of content CXML holds, down to 32 levels; below that the indentation
+// stops growing, so that the text of a deep tree grows linearly with it.
+TEST(Xml, IndentedFormIsThePrintersLayoutWithItsDepthCapped) {
+    const char* const documents[] = {
+        "<a/>",
+        "<a x=\"1&amp;&lt;&gt;&quot;'\" y=\"&#9;&#10;&#13;&#1;\u00e9\"><b/><c d=\"\"/></a>",
+        "<r><g>t&lt;x\n y</g><h><![CDATA[c]]]]><![CDATA[>d]]><i/></h><j> </j><k>a<l/>b<m/></k></r>",
+        "<r>\n  <s>\n    <t>text</t>\n  </s>\n</r>",
+    };
+    TempDir dir;
+    for (const char* text : documents) {
+        SCOPED_TRACE(text);
+        pugi::xml_document reference;
+        ASSERT_TRUE(reference.load_string(text, pugi::parse_cdata | pugi::parse_escapes | pugi::parse_wconv_attribute));
+        std::ostringstream printed;
+        reference.document_element().print(printed, "  ", pugi::format_indent);
+        std::string expected = printed.str();
+        CXML tree(CString::FromUtf8(text), CString());
+        ASSERT_TRUE(tree.IsValid());
+        EXPECT_EQ(Utf8(tree.ToString(CXML::FORMAT_INDENT)) + "\n", expected);
+        ASSERT_TRUE(WriteFile(tree, dir.File("indented.xml")));
+        std::ifstream in(dir.File("indented.xml"), std::ios::binary);
+        const std::string file((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+        EXPECT_EQ(file, "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n" + expected);
+    }
+
+    // Nested 50,000 and 100,000 deep: twice the depth, twice the text.
+    const auto nested = [](int depth) {
+        std::string text;
+        for (int i = 0; i < depth; ++i)
+            text += "<a>";
+        for (int i = 0; i < depth; ++i)
+            text += "</a>";
+        return Utf8(CXML(CString::FromUtf8(text), CString()).ToString(CXML::FORMAT_INDENT));
+    };
+    const std::string half = nested(50000), whole = nested(100000);
+    EXPECT_LT(whole.size(), half.size() * 21 / 10);
+    EXPECT_LT(whole.size(), 100000u * 2 * 80);
+    EXPECT_NE(half.find("\n" + std::string(62, ' ') + "<a>\n" + std::string(64, ' ') + "<a>\n" + std::string(64, ' ') + "<a>"),
+              std::string::npos);
 }
