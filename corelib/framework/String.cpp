@@ -98,7 +98,8 @@ std::size_t DecodeUtf8(std::string_view in, char16_t* out) {
     while (i < n) {
         const unsigned char b0 = static_cast<unsigned char>(in[i]);
         if (b0 < 0x80) {
-            const std::size_t run = AsciiRun(in.data() + i, n - i);
+            // Short texts (names, numbers) go a byte at a time, as before.
+            const std::size_t run = n - i < 16 ? 1 : AsciiRun(in.data() + i, n - i);
             for (std::size_t k = 0; k < run; ++k)
                 out[k] = static_cast<char16_t>(static_cast<unsigned char>(in[i + k]));
             out += run;
@@ -189,7 +190,7 @@ char* CString::WriteUtf8(char* p, std::u16string_view in) {
     for (std::size_t i = 0; i < in.size(); ++i) {
         const char16_t c = in[i];
         if (c < 0x80) {
-            const std::size_t run = AsciiRun(in.data() + i, in.size() - i);
+            const std::size_t run = in.size() - i < 8 ? 1 : AsciiRun(in.data() + i, in.size() - i);
             for (std::size_t k = 0; k < run; ++k)
                 p[k] = static_cast<char>(in[i + k]);
             p += run;
