@@ -1,6 +1,7 @@
 #include "host/CacheCommands.h"
 
 #include <fcntl.h>
+#include <signal.h>
 #include <stdlib.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -87,18 +88,76 @@ bool ReadCacheFile(CCacheFile& cache, const std::string& file, bool bMayBeMissin
     return true;
 }
 
+// The file a path names through its symbolic links, the last one dangling
+// or not: writing there keeps every link a link. Stops after 40 links (the
+// kernel's own limit), at the path reached.
+fs::path FollowLinks(fs::path path) {
+    std::error_code error;
+    for (int hops = 0; hops < 40 && fs::is_symlink(fs::symlink_status(path, error)); ++hops) {
+        const fs::path next = fs::read_symlink(path, error);
+        if (error)
+            break;
+        path = next.is_absolute() ? next : path.parent_path() / next;
+    }
+    return path;
+}
+
+// The temporary file being written, removed if SIGINT or SIGTERM ends the
+// program before it is renamed: a cache file may run to gigabytes. Set and
+// cleared around the write; the handler then ends the program as the signal
+// would have.
+char g_temporaryFile[4096];
+
+extern "C" void RemoveTemporaryAndDie(int signal) {
+    if (g_temporaryFile[0] != '\0')
+        unlink(g_temporaryFile);
+    ::signal(signal, SIG_DFL);
+    raise(signal);
+}
+
+class TemporaryFileGuard {
+public:
+    explicit TemporaryFileGuard(const std::string& path) {
+        if (path.size() < sizeof g_temporaryFile)
+            std::memcpy(g_temporaryFile, path.c_str(), path.size() + 1);
+        struct sigaction action {};
+        action.sa_handler = RemoveTemporaryAndDie;
+        sigemptyset(&action.sa_mask);
+        sigaction(SIGINT, &action, &m_oldInt);
+        sigaction(SIGTERM, &action, &m_oldTerm);
+    }
+    ~TemporaryFileGuard() {
+        sigaction(SIGINT, &m_oldInt, nullptr);
+        sigaction(SIGTERM, &m_oldTerm, nullptr);
+        g_temporaryFile[0] = '\0';
+    }
+    TemporaryFileGuard(const TemporaryFileGuard&) = delete;
+    TemporaryFileGuard& operator=(const TemporaryFileGuard&) = delete;
+
+private:
+    struct sigaction m_oldInt {}, m_oldTerm {};
+};
+
 // Saves cache into a new file beside the target, flushes it to the disk and
 // renames it over the target: the target is the old file or the new one at
-// every moment. A symbolic link is followed, so the link stays a link. The new
-// file takes the old one's permissions, or those of a new file under the umask.
+// every moment. Symbolic links are followed to the file they name, even one
+// that does not exist yet, so a link stays a link. The new file takes the old
+// one's permissions, or those of a new file under the umask.
 bool WriteCacheFile(CCacheFile& cache, const std::string& file) {
-    std::error_code error;
-    fs::path target(file);
-    if (fs::is_symlink(fs::symlink_status(target, error)))
-        target = fs::weakly_canonical(target, error);
+    const fs::path target = FollowLinks(fs::path(file));
     const fs::path directory = target.has_parent_path() ? target.parent_path() : fs::path(".");
     std::string temp = (directory / ("." + target.filename().string() + ".XXXXXX")).string();
+    // Blocked until the guard stands, so that no signal finds the file unguarded.
+    sigset_t stopping, before;
+    sigemptyset(&stopping);
+    sigaddset(&stopping, SIGINT);
+    sigaddset(&stopping, SIGTERM);
+    sigprocmask(SIG_BLOCK, &stopping, &before);
     const int fd = mkstemp(temp.data());
+    std::unique_ptr<TemporaryFileGuard> guard;
+    if (fd >= 0)
+        guard = std::make_unique<TemporaryFileGuard>(temp);
+    sigprocmask(SIG_SETMASK, &before, nullptr);
     if (fd < 0) {
         std::cerr << "twhost: cannot write beside " << file << ": " << std::strerror(errno) << '\n';
         return false;

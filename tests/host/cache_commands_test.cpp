@@ -1,9 +1,15 @@
 // twhost cache as a process: a saved cache file inspected and edited, and
 // every failure leaving the file as it was.
 #include <gtest/gtest.h>
+#include <fcntl.h>
+#include <signal.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <chrono>
 #include <filesystem>
+#include <thread>
 
 #include "host_run.h"
 #include "varlib/cache/MemoryCache.h"
@@ -87,3 +93,63 @@ TEST(TwhostCache, FailuresNameTheProblemAndLeaveTheFileAlone) {
 }
 
 }  // namespace
+
+namespace {
+
+// The hidden temporary files beside a cache file.
+int TemporaryFiles(const std::string& dir) {
+    int n = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(dir))
+        n += entry.path().filename().string().rfind(".big.xml.", 0) == 0 ? 1 : 0;
+    return n;
+}
+
+}  // namespace
+
+// A link to a file not there yet stays a link; a put stopped by SIGTERM in the
+// middle of writing leaves no temporary file behind.
+TEST(TwhostCache, LinksStayLinksAndAStoppedWriteLeavesNothing) {
+    TempDir dir;
+    const std::string link = dir.File("link.xml"), real = dir.File("real.xml");
+    std::filesystem::create_symlink("real.xml", link);
+    ASSERT_EQ(RunTwhost({"cache", "put", link, "k", "1"}).status, 0);
+    EXPECT_TRUE(std::filesystem::is_symlink(link));
+    EXPECT_NE(ReadBytes(real).find("MemoryCacheEntry"), std::string::npos);
+
+    // A file large enough that writing it takes a while.
+    const std::string big = dir.File("big.xml");
+    {
+        CMemoryCache& cache = *CMemoryCache::Instance();
+        for (int i = 0; i < 300000; ++i)
+            cache.AddEntry(CString::FromUtf8(("key " + std::to_string(i)).c_str()), CVariable(i), u"");
+        ASSERT_EQ(cache.Save(CString::FromUtf8(big.c_str())), 1);
+        CMemoryCache::CleanUp();
+    }
+    const std::string before = ReadBytes(big);
+    bool stoppedWhileWriting = false;
+    for (int attempt = 0; attempt < 5 && !stoppedWhileWriting; ++attempt) {
+        const pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            const int null = open("/dev/null", O_WRONLY);
+            dup2(null, 1);
+            dup2(null, 2);
+            execl(TWHOST_PATH, TWHOST_PATH, "cache", "put", big.c_str(), "extra", "2", static_cast<char*>(nullptr));
+            _exit(127);
+        }
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (TemporaryFiles(dir.Path()) == 0 && std::chrono::steady_clock::now() < deadline &&
+               waitpid(child, nullptr, WNOHANG) == 0)
+            std::this_thread::sleep_for(std::chrono::microseconds(200));
+        stoppedWhileWriting = TemporaryFiles(dir.Path()) > 0;
+        kill(child, SIGTERM);
+        int status = 0;
+        waitpid(child, &status, 0);
+        EXPECT_EQ(TemporaryFiles(dir.Path()), 0);
+        if (stoppedWhileWriting && WIFSIGNALED(status)) {
+            EXPECT_EQ(WTERMSIG(status), SIGTERM);
+            EXPECT_EQ(ReadBytes(big), before) << "the old file stands until the new one is whole";
+        }
+    }
+    EXPECT_TRUE(stoppedWhileWriting) << "the write was never caught in progress";
+}
