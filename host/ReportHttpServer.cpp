@@ -23,6 +23,20 @@ constexpr const char* kXmlType = "application/xml; charset=utf-8";
 constexpr const char* kTextType = "text/plain; charset=utf-8";
 constexpr const char* kHtmlType = "text/html; charset=utf-8";
 
+// The page loads its own files and frames its own reports, nothing else.
+constexpr const char* kPagePolicy =
+    "default-src 'self'; frame-src 'self'; object-src 'none'; base-uri 'none'; form-action 'none'; "
+    "frame-ancestors 'none'";
+// A report is plug-in HTML: no script, no fetch, nothing from elsewhere but
+// its own inline style and data: images; only the page may frame it.
+constexpr const char* kReportPolicy =
+    "sandbox; default-src 'none'; style-src 'unsafe-inline'; img-src data:; frame-ancestors 'self'";
+
+void ReplaceHeader(httplib::Response& response, const char* name, const char* value) {
+    response.headers.erase(name);
+    response.set_header(name, value);
+}
+
 // Content types of the page's files, by extension; anything else is bytes.
 struct FileType {
     const char* extension;
@@ -137,7 +151,8 @@ std::string WriteMessage(const CMessage& message) {
 }  // namespace
 
 CReportHttpServer::CReportHttpServer(CReportManager& manager, Options options)
-    : m_manager(manager), m_options(std::move(options)), m_pServer(std::make_unique<httplib::Server>()) {
+    : m_manager(manager), m_options(std::move(options)), m_guard(m_options.strListen),
+      m_pServer(std::make_unique<httplib::Server>()) {
     m_canonicalWebDir = CanonicalDir(m_options.webDir, "web directory");
     m_canonicalReportDir = CanonicalDir(m_options.reportDir, "report directory");
     m_manager.SetMessageServer(&m_messageServer);
@@ -148,7 +163,22 @@ CReportHttpServer::CReportHttpServer(CReportManager& manager, Options options)
     server.set_payload_max_length(m_options.nMaxRequestBytes);
     // Headers and body go out in separate writes: without this each answer waits for a delayed ACK.
     server.set_tcp_nodelay(true);
-    server.set_default_headers({{"X-Content-Type-Options", "nosniff"}});
+    server.set_default_headers({{"X-Content-Type-Options", "nosniff"},
+                                {"X-Frame-Options", "DENY"},
+                                {"Referrer-Policy", "no-referrer"},
+                                {"Content-Security-Policy", kPagePolicy}});
+    // The head is checked before the body is read: a refused request costs no body.
+    server.set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
+        const CRequestGuard::Verdict verdict = m_guard.Check(request.method, [&request](const char* name) {
+            return request.has_header(name) ? std::optional<std::string>(request.get_header_value(name))
+                                            : std::nullopt;
+        });
+        if (verdict.nStatus == 0)
+            return httplib::Server::HandlerResponse::Unhandled;
+        Answer(response, verdict.nStatus, verdict.strReason);
+        response.set_header("Connection", "close");
+        return httplib::Server::HandlerResponse::Handled;
+    });
     server.Post("/messages", [this](const httplib::Request& request, httplib::Response& response) {
         OnMessages(request, response);
     });
@@ -187,6 +217,7 @@ void CReportHttpServer::Bind() {
         throw std::runtime_error("could not listen on " + m_options.strListen + " port " +
                                  std::to_string(m_options.nPort) + " (in use, or not an address of this host)");
     m_strAddress = "http://" + UrlHost(m_options.strListen) + ":" + std::to_string(port) + "/";
+    m_guard.SetPort(port);
     // The report manager appends "/NAME" to both.
     m_manager.SetWebServerInfo(CUtility::UTF8toUTF16(m_strAddress + "reports"),
                                CUtility::UTF8toUTF16(m_canonicalReportDir.string()));
@@ -239,10 +270,13 @@ void CReportHttpServer::AddPluginStatus(CMessage& response) const {
 }
 
 void CReportHttpServer::OnReport(const httplib::Request& request, httplib::Response& response) const {
-    // Reports lie flat in their directory: a name with a "/" is none of them.
+    // Reports lie flat in their directory under the manager's names; any
+    // other file there (or a name with a "/") is none of them.
     const std::string name = request.matches[1];
-    SendFile(response, name.find('/') == std::string::npos ? ResolveInside(m_canonicalReportDir, name) : std::nullopt,
+    SendFile(response, CRequestGuard::IsReportName(name) ? ResolveInside(m_canonicalReportDir, name) : std::nullopt,
              kHtmlType);
+    ReplaceHeader(response, "Content-Security-Policy", kReportPolicy);
+    ReplaceHeader(response, "X-Frame-Options", "SAMEORIGIN");
 }
 
 void CReportHttpServer::OnWebFile(const httplib::Request& request, httplib::Response& response) const {

@@ -9,7 +9,13 @@
 // Requests run on a pool of worker threads, each message to its end on the
 // thread that took it, as the report manager expects. Files are served only
 // from inside their directory: names are resolved (links too) and must stay
-// below it. Run blocks until Stop, which any thread (a signal watcher) may call.
+// below it, and reports only by the names the report manager gives them.
+// Requests are checked before their body is read (CRequestGuard: the host,
+// the origin, the content type and encodings). Every answer forbids framing
+// by other pages and sending a Referer; the page gets a content security
+// policy that allows its own files only, and reports, which hold plug-in
+// HTML, are sandboxed: no script runs in them, and only the page frames them.
+// Run blocks until Stop, which any thread (a signal watcher) may call.
 #pragma once
 
 #include <cstddef>
@@ -18,6 +24,7 @@
 #include <string>
 
 #include "host/HttpMessageServer.h"
+#include "host/RequestGuard.h"
 
 class CReportManager;
 
@@ -66,5 +73,6 @@ private:
     std::filesystem::path m_canonicalWebDir, m_canonicalReportDir;
     std::string m_strAddress;
     CHttpMessageServer m_messageServer;
+    CRequestGuard m_guard;
     std::unique_ptr<httplib::Server> m_pServer;
 };

@@ -65,6 +65,7 @@ public:
     int GetPort() const { return m_nPort; }
     // "http://127.0.0.1:PORT", without a trailing "/".
     const std::string& GetBaseUrl() const { return m_strBaseUrl; }
+    pid_t GetPid() const { return m_pid; }
     // Everything twhost printed to stdout so far.
     const std::string& GetOutput() const { return m_strOutput; }
 

@@ -2,6 +2,7 @@
 // report they make, refusals of bad input, the web page and nothing else.
 #include <gtest/gtest.h>
 #include <httplib.h>
+#include <signal.h>
 #include <stdlib.h>
 
 #include <memory>
@@ -46,17 +47,20 @@ protected:
     static inline std::unique_ptr<CServeProcess> s_host;
 };
 
+// The arguments of the tables plug-in's TableReport: one row, a UTF-8 title.
+const std::string kRows =
+    "<VARIABLE_LIST><VARIABLE Name=\"rows\" Type=\"20006\"><ARRAY>"
+    "<VARIABLE Type=\"20006\" Index=\"0\"><ARRAY><VARIABLE Type=\"20001\" Value=\"eth0\" Index=\"Name\"/>"
+    "</ARRAY></VARIABLE></ARRAY></VARIABLE><VARIABLE Type=\"20001\" Value=\"Gr\xC3\xBC\xC3\x9F" "e &lt;1&gt;\"/>"
+    "</VARIABLE_LIST>";
+
 std::string ExecuteReport(const std::string& plugin, const std::string& function, const std::string& parameters) {
     return "<MESSAGE Type=\"EXECUTE_REPORT\"><REPORT Plugin=\"" + plugin + "\" Report=\"" + function + "\">" +
            parameters + "</REPORT></MESSAGE>";
 }
 
 TEST_F(ServeTest, AnswersEachMessageOrRefusesItWithoutChangingAnything) {
-    const std::string rows =
-        "<VARIABLE_LIST><VARIABLE Name=\"rows\" Type=\"20006\"><ARRAY>"
-        "<VARIABLE Type=\"20006\" Index=\"0\"><ARRAY><VARIABLE Type=\"20001\" Value=\"eth0\" Index=\"Name\"/>"
-        "</ARRAY></VARIABLE></ARRAY></VARIABLE><VARIABLE Type=\"20001\" Value=\"Gr\xC3\xBC\xC3\x9F" "e &lt;1&gt;\"/>"
-        "</VARIABLE_LIST>";
+    const std::string rows = kRows;
     struct Case {
         std::string body;
         int status;
@@ -128,6 +132,91 @@ TEST_F(ServeTest, ServesTheWebPageAndNothingOutsideItsDirectories) {
         EXPECT_EQ(result->body.find("secret"), std::string::npos) << path;
         EXPECT_EQ(result->body.find("root:"), std::string::npos) << path;
     }
+}
+
+// The peak resident size of a process, in kB, from /proc.
+long PeakKb(pid_t pid) {
+    const std::string status = ReadBytes("/proc/" + std::to_string(pid) + "/status");
+    const std::size_t at = status.find("VmHWM:");
+    return at == std::string::npos ? -1 : std::stol(status.substr(at + 6));
+}
+
+// Another site's page can't make reports and a foreign Host isn't answered;
+// bodies that the limit can't count are refused before they are read; the
+// page and the reports carry their security headers.
+TEST_F(ServeTest, RefusesOtherSitesForeignHostsAndUnboundedBodies) {
+    const std::string report = ExecuteReport("tables.twp", "TableReport", kRows);
+    const long reports = FileCount(s_dir / "reports");
+    const long peakBefore = PeakKb(s_host->GetPid());
+    struct Case {
+        const char* what;
+        httplib::Headers headers;
+        std::string contentType;
+        int status;
+    };
+    const Case cases[] = {
+        {"a form of another site", {{"Origin", "http://evil.example"}}, "text/plain", 403},
+        {"a script of another site", {{"Origin", "http://evil.example"}}, "application/xml", 403},
+        {"a form without an Origin", {}, "application/x-www-form-urlencoded", 415},
+        {"a rebound host name", {{"Host", "evil.example:" + std::to_string(s_host->GetPort())}}, "application/xml", 403},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        httplib::Client client("127.0.0.1", s_host->GetPort());
+        client.set_default_headers(c.headers);
+        const httplib::Result result = client.Post("/messages", report, c.contentType);
+        ASSERT_TRUE(result);
+        EXPECT_EQ(result->status, c.status) << result->body;
+    }
+    EXPECT_EQ(FileCount(s_dir / "reports"), reports);
+
+    httplib::Client gzip("127.0.0.1", s_host->GetPort());
+    gzip.set_compress(true);
+    const httplib::Result compressed = gzip.Post("/messages", report + std::string(4 << 20, ' '), "application/xml");
+    ASSERT_TRUE(compressed);
+    EXPECT_EQ(compressed->status, 415) << compressed->body;
+    // 256 MiB offered in chunks: answered at once, none of it held. The
+    // server closes the connection on the rest; writing on draws SIGPIPE.
+    signal(SIGPIPE, SIG_IGN);
+    httplib::Client chunked("127.0.0.1", s_host->GetPort());
+    std::size_t sent = 0;
+    const httplib::Result streamed = chunked.Post(
+        "/messages",
+        [&sent](std::size_t, httplib::DataSink& sink) {
+            static const std::string piece(1 << 20, ' ');
+            if (sent >= 256u << 20) {
+                sink.done();
+                return true;
+            }
+            sent += piece.size();
+            return sink.write(piece.data(), piece.size());
+        },
+        "application/xml");
+    if (streamed) {
+        EXPECT_EQ(streamed->status, 411) << streamed->body;
+    }
+    EXPECT_LT(sent, 256u << 20) << "the server read the whole chunked body";
+    EXPECT_LT(PeakKb(s_host->GetPid()) - peakBefore, 50 * 1024);
+
+    httplib::Client client("127.0.0.1", s_host->GetPort());
+    const httplib::Result page = client.Get("/");
+    ASSERT_TRUE(page);
+    EXPECT_EQ(page->get_header_value("X-Frame-Options"), "DENY");
+    EXPECT_EQ(page->get_header_value("Referrer-Policy"), "no-referrer");
+    EXPECT_NE(page->get_header_value("Content-Security-Policy").find("frame-ancestors 'none'"), std::string::npos);
+    const httplib::Result made = Post(report);
+    std::smatch name;
+    ASSERT_TRUE(made && std::regex_search(made->body, name, std::regex("/reports/([^\"]+)\""))) << made->body;
+    const httplib::Result shown = client.Get("/reports/" + name[1].str());
+    ASSERT_TRUE(shown);
+    EXPECT_EQ(shown->status, 200);
+    EXPECT_EQ(shown->get_header_value_count("Content-Security-Policy"), 1u);
+    EXPECT_EQ(shown->get_header_value("Content-Security-Policy").rfind("sandbox;", 0), 0u);
+    EXPECT_EQ(shown->get_header_value("X-Frame-Options"), "SAMEORIGIN");
+    // Any other file of the report directory is no report.
+    WriteBytes(s_dir / "reports" / "notes.html", "notes");
+    EXPECT_EQ(client.Get("/reports/notes.html")->status, 404);
+    fs::remove(s_dir / "reports" / "notes.html");
 }
 
 // Last in this file: stops the suite's host.
