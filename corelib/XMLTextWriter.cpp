@@ -24,10 +24,11 @@ constexpr std::size_t kMaxIndentDepth = 32;
 constexpr char kDeclaration[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
 
 // Hands pugixml's output of a foreign subtree to the writer's text.
+template <class Text>
 struct AppendWriter : pugi::xml_writer {
-    explicit AppendWriter(std::string& t) : text(t) {}
+    explicit AppendWriter(Text& t) : text(t) {}
     void write(const void* data, size_t size) override { text.append(static_cast<const char*>(data), size); }
-    std::string& text;
+    Text& text;
 };
 
 }  // namespace
@@ -36,6 +37,15 @@ CXMLTextWriter::CXMLTextWriter(int flag) : m_bIndent(flag == CXML::FORMAT_INDENT
 
 CXMLTextWriter::CXMLTextWriter(CFile* file) : m_pFile(file), m_bIndent(true) {
     m_text.append(kDeclaration, sizeof kDeclaration - 1);
+}
+
+void CXMLTextWriter::TextBuffer::Grow(std::size_t n) {
+    const std::size_t capacity = std::max({nSize + n, nCapacity * 2, std::size_t{4096}});
+    std::unique_ptr<char[]> bigger(new char[capacity]);
+    if (nSize > 0)
+        std::memcpy(bigger.get(), pData.get(), nSize);
+    pData = std::move(bigger);
+    nCapacity = capacity;
 }
 
 void CXMLTextWriter::BeginChild() {
@@ -98,7 +108,7 @@ void CXMLTextWriter::Attribute(std::string_view name, int64_t value) {
     m_text.push_back(' ');
     m_text.append(name);
     m_text.append("=\"");
-    m_text.append(buffer, end);
+    m_text.append(buffer, static_cast<std::size_t>(end - buffer));
     m_text.push_back('"');
 }
 
@@ -109,7 +119,7 @@ void CXMLTextWriter::Attribute(std::string_view name, double value) {
     m_text.append(name);
     m_text.append("=\"");
     if (ec == std::errc())
-        m_text.append(buffer, end);
+        m_text.append(buffer, static_cast<std::size_t>(end - buffer));
     else
         m_text.push_back('0');
     m_text.push_back('"');
@@ -118,9 +128,8 @@ void CXMLTextWriter::Attribute(std::string_view name, double value) {
 void CXMLTextWriter::AppendEscaped(std::u16string_view value) {
     // Room for the worst case ("&quot;" for every unit), written through a
     // pointer and cut back to what was written.
-    const std::size_t start = m_text.size();
-    m_text.resize(start + value.size() * 6);
-    char* out = m_text.data() + start;
+    char* const start = m_text.Room(value.size() * 6);
+    char* out = start;
     const char16_t* p = value.data();
     const char16_t* const end = p + value.size();
     while (p < end) {
@@ -166,7 +175,7 @@ void CXMLTextWriter::AppendEscaped(std::u16string_view value) {
             *out++ = ';';
         }
     }
-    m_text.resize(static_cast<std::size_t>(out - m_text.data()));
+    m_text.nSize += static_cast<std::size_t>(out - start);
 }
 
 void CXMLTextWriter::AppendEscaped(std::string_view value) {
@@ -209,7 +218,7 @@ void CXMLTextWriter::Element(const CXML& node) {
     if (m_bIndent) {
         PrintIndented(&element);
     } else {
-        AppendWriter writer(m_text);
+        AppendWriter<TextBuffer> writer(m_text);
         element.print(writer, "", pugi::format_raw, pugi::encoding_utf8);
     }
     FlushIfLarge();
@@ -242,7 +251,7 @@ void CXMLTextWriter::PrintIndented(const void* pRoot) {
     enum : unsigned { kNewline = 1, kIndent = 2 };
     std::size_t depth = m_tagLengths.size();
     unsigned flags = kIndent;
-    AppendWriter writer(m_text);
+    AppendWriter<TextBuffer> writer(m_text);
     const auto printAlone = [&](pugi::xml_node n) { n.print(writer, "", pugi::format_raw, pugi::encoding_utf8); };
     pugi::xml_node node = root;
     do {
@@ -334,7 +343,7 @@ void CXMLTextWriter::Flush() {
 }
 
 CString CXMLTextWriter::ToString() const {
-    std::string_view text(m_text);
+    std::string_view text = m_text.View();
     while (!text.empty() && text.back() == '\n')
         text.remove_suffix(1);
     return CString::FromUtf8(text);

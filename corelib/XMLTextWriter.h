@@ -20,6 +20,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -57,7 +59,7 @@ public:
 
     // Memory writers: the text written so far, as UTF-8 and as CXML::ToString
     // gives it (without the last line end).
-    const std::string& Text() const { return m_text; }
+    std::string_view Text() const { return m_text.View(); }
     CString ToString() const;
     // File writers: hands over what is left. Non-zero if every write to the
     // file succeeded (a failed write drops the rest).
@@ -74,7 +76,38 @@ private:
     void FlushIfLarge();
     void Flush();
 
-    std::string m_text;
+    // The text written: grows without filling what it doesn't use yet, and
+    // keeps its appends inline, as a writer appends a few bytes at a time.
+    struct TextBuffer {
+        std::unique_ptr<char[]> pData;
+        std::size_t nSize = 0, nCapacity = 0;
+
+        char* Room(std::size_t n) {
+            if (nCapacity - nSize < n)
+                Grow(n);
+            return pData.get() + nSize;
+        }
+        void Grow(std::size_t n);
+        void push_back(char c) { *Room(1) = c, ++nSize; }
+        void append(const char* p, std::size_t n) {
+            std::memcpy(Room(n), p, n);
+            nSize += n;
+        }
+        void append(std::string_view text) { append(text.data(), text.size()); }
+        void append(std::size_t n, char c) {
+            std::memset(Room(n), c, n);
+            nSize += n;
+        }
+        std::size_t size() const { return nSize; }
+        bool empty() const { return nSize == 0; }
+        char back() const { return pData[nSize - 1]; }
+        void pop_back() { --nSize; }
+        void clear() { nSize = 0; }
+        char* data() { return pData.get(); }
+        std::string_view View() const { return {pData.get(), nSize}; }
+    };
+
+    TextBuffer m_text;
     std::string m_tags;                    // the open elements' tags, one after the other
     std::vector<std::size_t> m_tagLengths;  // the length of each, innermost last
     CFile* m_pFile = nullptr;
