@@ -95,9 +95,7 @@ void CXMLTextWriter::EndElement() {
 }
 
 void CXMLTextWriter::Attribute(std::string_view name, std::u16string_view value) {
-    m_text.push_back(' ');
-    m_text.append(name);
-    m_text.append("=\"");
+    AttributeStart(name);
     AppendEscaped(value);
     m_text.push_back('"');
 }
@@ -105,9 +103,7 @@ void CXMLTextWriter::Attribute(std::string_view name, std::u16string_view value)
 void CXMLTextWriter::Attribute(std::string_view name, int64_t value) {
     char buffer[24];
     const auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, value);
-    m_text.push_back(' ');
-    m_text.append(name);
-    m_text.append("=\"");
+    AttributeStart(name);
     m_text.append(buffer, static_cast<std::size_t>(end - buffer));
     m_text.push_back('"');
 }
@@ -115,14 +111,18 @@ void CXMLTextWriter::Attribute(std::string_view name, int64_t value) {
 void CXMLTextWriter::Attribute(std::string_view name, double value) {
     char buffer[64];
     const auto [end, ec] = std::to_chars(buffer, buffer + sizeof buffer, value);
-    m_text.push_back(' ');
-    m_text.append(name);
-    m_text.append("=\"");
+    AttributeStart(name);
     if (ec == std::errc())
         m_text.append(buffer, static_cast<std::size_t>(end - buffer));
     else
         m_text.push_back('0');
     m_text.push_back('"');
+}
+
+void CXMLTextWriter::AttributeStart(std::string_view name) {
+    m_text.push_back(' ');
+    m_text.append(name);
+    m_text.append("=\"");
 }
 
 void CXMLTextWriter::AppendEscaped(std::u16string_view value) {
@@ -278,9 +278,7 @@ void CXMLTextWriter::PrintIndented(const void* pRoot) {
                 m_text.push_back('<');
                 m_text.append(node.name());
                 for (pugi::xml_attribute a = node.first_attribute(); a; a = a.next_attribute()) {
-                    m_text.push_back(' ');
-                    m_text.append(a.name());
-                    m_text.append("=\"");
+                    AttributeStart(a.name());
                     AppendEscaped(std::string_view(a.value()));
                     m_text.push_back('"');
                 }

@@ -69,6 +69,8 @@ private:
     // Closes the start tag of the open element before its first child.
     void BeginChild();
     void Indent(std::size_t depth);
+    // ' name="': an attribute up to its value.
+    void AttributeStart(std::string_view name);
     void AppendEscaped(std::u16string_view value);
     void AppendEscaped(std::string_view utf8);
     // Prints the tree of a pugixml node (given as const pugi::xml_node*) indented.

@@ -4,6 +4,7 @@
 #include <climits>
 #include <cstdio>
 #include <cstring>
+#include <type_traits>
 #include <functional>
 #include <memory_resource>
 #include <new>
@@ -60,30 +61,21 @@ char* WriteUtf8(char* out, char32_t cp) {
 bool IsHighSurrogate(char16_t c) { return c >= 0xD800 && c <= 0xDBFF; }
 bool IsLowSurrogate(char16_t c) { return c >= 0xDC00 && c <= 0xDFFF; }
 
-// The number of leading code units below 0x80, found eight at a time: text
-// is nearly all ASCII, and the conversions copy such runs by the block.
-std::size_t AsciiRun(const char16_t* p, std::size_t n) {
+// The number of leading code units (UTF-16 or UTF-8) below 0x80, found
+// sixteen bytes at a time: text is nearly all ASCII, and the conversions
+// copy such runs by the block.
+template <class Unit>
+std::size_t AsciiRun(const Unit* p, std::size_t n) {
+    constexpr std::size_t kBlock = 16 / sizeof(Unit);
+    constexpr uint64_t kHigh = sizeof(Unit) == 2 ? 0xFF80FF80FF80FF80ull : 0x8080808080808080ull;
     std::size_t i = 0;
-    for (; i + 8 <= n; i += 8) {
+    for (; i + kBlock <= n; i += kBlock) {
         uint64_t a, b;
         std::memcpy(&a, p + i, 8);
-        std::memcpy(&b, p + i + 4, 8);
-        if ((a | b) & 0xFF80FF80FF80FF80ull) break;
+        std::memcpy(&b, p + i + kBlock / 2, 8);
+        if ((a | b) & kHigh) break;
     }
-    while (i < n && p[i] < 0x80) ++i;
-    return i;
-}
-
-// The same for bytes below 0x80.
-std::size_t AsciiRun(const char* p, std::size_t n) {
-    std::size_t i = 0;
-    for (; i + 16 <= n; i += 16) {
-        uint64_t a, b;
-        std::memcpy(&a, p + i, 8);
-        std::memcpy(&b, p + i + 8, 8);
-        if ((a | b) & 0x8080808080808080ull) break;
-    }
-    while (i < n && static_cast<unsigned char>(p[i]) < 0x80) ++i;
+    while (i < n && static_cast<std::make_unsigned_t<Unit>>(p[i]) < 0x80) ++i;
     return i;
 }
 
