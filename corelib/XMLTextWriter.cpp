@@ -255,6 +255,7 @@ void CXMLTextWriter::PrintIndented(const void* pRoot) {
     const auto printAlone = [&](pugi::xml_node n) { n.print(writer, "", pugi::format_raw, pugi::encoding_utf8); };
     pugi::xml_node node = root;
     do {
+        FlushIfLarge();   // a file takes a large tree in pieces
         const pugi::xml_node_type type = node.type();
         if (type == pugi::node_pcdata || type == pugi::node_cdata) {
             printAlone(node);
