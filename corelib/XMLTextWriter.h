@@ -92,11 +92,15 @@ private:
         void Grow(std::size_t n);
         void push_back(char c) { *Room(1) = c, ++nSize; }
         void append(const char* p, std::size_t n) {
+            if (n == 0)
+                return;   // no room asked: the buffer may not exist yet
             std::memcpy(Room(n), p, n);
             nSize += n;
         }
         void append(std::string_view text) { append(text.data(), text.size()); }
         void append(std::size_t n, char c) {
+            if (n == 0)
+                return;
             std::memset(Room(n), c, n);
             nSize += n;
         }
