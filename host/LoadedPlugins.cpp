@@ -1,6 +1,8 @@
 #include "host/LoadedPlugins.h"
 
+#include <iostream>
 #include <stdexcept>
+#include <string>
 
 #include "corelib/Utility.h"
 
@@ -22,8 +24,38 @@ CLoadedPlugins::CLoadedPlugins(const std::string& strPluginDir) {
     } catch (...) {
         strFailure = "a plug-in threw an exception of unknown type";
     }
-    m_pRegistry->Unload();   // the modules loaded before the one that threw
+    UnloadReportingFailures(*m_pRegistry);   // the modules loaded before the one that threw
     throw std::runtime_error("loading the plug-ins failed: " + strFailure);
 }
 
-CLoadedPlugins::~CLoadedPlugins() { m_pRegistry->Unload(); }
+CLoadedPlugins::~CLoadedPlugins() { UnloadReportingFailures(*m_pRegistry); }
+
+namespace {
+
+// Reaches the registry's table of modules, which is the registry's own.
+struct RegistryTables : CPluginRegistry {
+    static auto& Plugins(CPluginRegistry& registry) { return registry.*(&RegistryTables::m_mapPlugins); }
+};
+
+}  // namespace
+
+void UnloadReportingFailures(CPluginRegistry& registry) {
+    std::cout.flush();   // what the command printed is out whatever a module does now
+    auto& plugins = RegistryTables::Plugins(registry);
+    for (auto* pair = plugins.PGetFirstAssoc(); pair; pair = plugins.PGetNextAssoc(pair)) {
+        // The message is read here, while the module that threw is still loaded.
+        std::string strFailure;
+        try {
+            pair->value.PluginCleanUp();
+            continue;
+        } catch (const std::exception& e) {
+            strFailure = e.what();
+        } catch (...) {
+            strFailure = "an exception of unknown type";
+        }
+        std::cerr << "twhost: " << CUtility::UTF16toUTF8(pair->key) << ": PlgCleanUp failed: " << strFailure << '\n';
+    }
+    // Each module has had its one PlgCleanUp: Unload now only releases them.
+    plugins.RemoveAll();
+    registry.Unload();
+}

@@ -16,6 +16,13 @@
 #include "host/ExitCode.h"
 #include "varlib/plugins/PluginRegistry.h"
 
+// Unloads the registry as CPluginRegistry::Unload does (every PlgCleanUp,
+// then every module released), except that a PlgCleanUp that throws is
+// reported on stderr, "twhost: FILE: PlgCleanUp failed: ...", and the other
+// modules' clean-ups and the releases still run. Without this, an exception
+// out of a destructor ends the process and loses what it printed.
+void UnloadReportingFailures(CPluginRegistry& registry);
+
 class CLoadedPlugins {
 public:
     // strPluginDir empty: CUtility's default directory. An exception that a

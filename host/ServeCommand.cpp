@@ -1,5 +1,7 @@
 #include "host/ServeCommand.h"
 
+#include "host/LoadedPlugins.h"
+
 #include <pthread.h>
 #include <signal.h>
 
@@ -53,10 +55,14 @@ public:
         } catch (...) {
             strFailure = "a plug-in threw an exception of unknown type";
         }
+        UnloadReportingFailures(*m_pManager);
         CReportManager::CleanUp();
         throw std::runtime_error("loading the plug-ins failed: " + strFailure);
     }
-    ~CLoadedReportManager() { CReportManager::CleanUp(); }
+    ~CLoadedReportManager() {
+        UnloadReportingFailures(*m_pManager);
+        CReportManager::CleanUp();
+    }
     CLoadedReportManager(const CLoadedReportManager&) = delete;
     CLoadedReportManager& operator=(const CLoadedReportManager&) = delete;
 

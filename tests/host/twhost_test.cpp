@@ -137,3 +137,24 @@ TEST(Twhost, RunsReportsAndCleansThemUp) {
     EXPECT_TRUE(fs::exists(web / "keep.html"));
     EXPECT_EQ(RunHost({"reports", "clean", "--report-dir", (Dir() / "missing").string()}).status, 2);
 }
+
+// A PlgCleanUp that throws is reported; the other modules are still cleaned up
+// and released, and what the command printed is all there.
+TEST(Twhost, ACleanUpThatThrowsIsReportedAndTheRestStillRuns) {
+    TempDir dir;
+    CopyPlugins(dir.Path());
+    fs::copy_file(TW_FAULTY_MODULE_PATH, dir.File("faulty2.twp"));
+    const std::string mark = dir.File("cleanup.mark");
+    setenv("TW_FAULTY_CLEANUP_MARK", mark.c_str(), 1);
+    setenv("TW_FAULTY_CLEANUP_THROWS", "1", 1);
+    const HostRun run = RunTwhost({"--plugin-dir", dir.Path(), "plugins"});
+    unsetenv("TW_FAULTY_CLEANUP_THROWS");
+    unsetenv("TW_FAULTY_CLEANUP_MARK");
+    EXPECT_EQ(run.status, 0) << Describe(run);
+    EXPECT_TRUE(Has(run.out, "faulty.twp: loaded\n...faulty2.twp: loaded\n...tables.twp: loaded\n...TableReport"))
+        << Describe(run);
+    EXPECT_TRUE(Has(run.err, "twhost: faulty...twp: PlgCleanUp failed: faulty: the clean-up failed\n"
+                             "twhost: faulty...twp: PlgCleanUp failed: faulty: the clean-up failed\n"))
+        << Describe(run);
+    EXPECT_EQ(ReadBytes(mark), "PlgCleanUp\nPlgCleanUp\n");
+}

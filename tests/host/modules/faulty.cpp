@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <fstream>
+#include <stdexcept>
 
 #include "corelib/framework/InvalidArgException.h"
 #include "corelib/framework/Time.h"
@@ -48,8 +49,10 @@ int ValidateArguments(const CString& function, const CVariableList&) {
 }
 
 // Leaves a mark in the file that TW_FAULTY_CLEANUP_MARK names, so that a test
-// sees the host unload the module.
+// sees the host unload the module; throws when TW_FAULTY_CLEANUP_THROWS is set.
 void PlgCleanUp() {
     if (const char* mark = std::getenv("TW_FAULTY_CLEANUP_MARK"))
         std::ofstream(mark, std::ios::app) << "PlgCleanUp\n";
+    if (std::getenv("TW_FAULTY_CLEANUP_THROWS"))
+        throw std::runtime_error("faulty: the clean-up failed");
 }
