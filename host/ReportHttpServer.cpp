@@ -1,13 +1,26 @@
 #include "host/ReportHttpServer.h"
 
-#include <httplib.h>
+#include <fcntl.h>
+#include <microhttpd.h>
+#include <netdb.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
+#include <atomic>
+#include <cctype>
+#include <chrono>
+#include <cstring>
+#include <deque>
 #include <fstream>
+#include <functional>
 #include <optional>
 #include <sstream>
 #include <stdexcept>
 #include <system_error>
+#include <thread>
 #include <utility>
+#include <vector>
 
 #include "corelib/TWMQMessageRegistry.h"
 #include "corelib/Utility.h"
@@ -32,10 +45,23 @@ constexpr const char* kPagePolicy =
 constexpr const char* kReportPolicy =
     "sandbox; default-src 'none'; style-src 'unsafe-inline'; img-src data:; frame-ancestors 'self'";
 
-void ReplaceHeader(httplib::Response& response, const char* name, const char* value) {
-    response.headers.erase(name);
-    response.set_header(name, value);
-}
+// The bounds of the front. A slow or idle client costs one connection slot
+// and its buffer, never a thread; these keep a crowd of them from starving
+// the others or the host.
+// Connections waiting to be accepted: bursts of clients wait in the kernel, not in a refusal.
+constexpr int kListenBacklog = 128;
+// All connections at once: below the usual limit of 1024 open files, leaving room for files and plug-ins.
+constexpr unsigned int kMaxConnections = 1000;
+// Connections from one address: one host can't take every slot, yet a page and its tabs have plenty.
+constexpr unsigned int kMaxConnectionsPerAddress = 128;
+// Seconds a connection may stay silent: an idle or stalled client gives its slot back soon.
+constexpr unsigned int kIdleTimeoutSeconds = 10;
+// The request head and read buffer of one connection; bodies are held apart, up to the body limit.
+constexpr std::size_t kConnectionMemoryBytes = 64 * 1024;
+// A body past the limit is read on and dropped, so that the client hears the 413; this far, no further.
+constexpr std::size_t kMaxDroppedBytes = 16 << 20;
+// How long Stop lets the requests under way send their answers before it closes their connections.
+constexpr std::chrono::seconds kDrainTime(kIdleTimeoutSeconds);
 
 // Content types of the page's files, by extension; anything else is bytes.
 struct FileType {
@@ -104,19 +130,67 @@ bool ReadWhole(const fs::path& file, std::string& content) {
     return !in.bad();
 }
 
-void Answer(httplib::Response& response, int status, const std::string& text) {
-    response.status = status;
-    response.set_content(text + "\n", kTextType);
+// Decodes %HH in a request's path in place, except %00: a name with a NUL
+// in it stays as it was sent and names no file.
+std::size_t DecodePath(void*, MHD_Connection*, char* text) {
+    const auto hex = [](char c) {
+        return std::isdigit(static_cast<unsigned char>(c)) ? c - '0' : (std::tolower(static_cast<unsigned char>(c)) - 'a' + 10);
+    };
+    char* out = text;
+    for (const char* in = text; *in != '\0'; ++in) {
+        if (in[0] == '%' && std::isxdigit(static_cast<unsigned char>(in[1])) &&
+            std::isxdigit(static_cast<unsigned char>(in[2])) && (in[1] != '0' || in[2] != '0')) {
+            *out++ = static_cast<char>(hex(in[1]) * 16 + hex(in[2]));
+            in += 2;
+        } else {
+            *out++ = *in;
+        }
+    }
+    *out = '\0';
+    return static_cast<std::size_t>(out - text);
 }
 
-void SendFile(httplib::Response& response, const std::optional<fs::path>& file, const char* type) {
-    std::string content;
-    if (!file || !ReadWhole(*file, content)) {
-        Answer(response, 404, "Not found");
-        return;
+// The listening socket for address and port (0: any free one), or -1.
+int ListenOn(const std::string& address, int port) {
+    addrinfo hints{};
+    hints.ai_family = AF_UNSPEC;
+    hints.ai_socktype = SOCK_STREAM;
+    hints.ai_flags = AI_PASSIVE | AI_NUMERICSERV;
+    addrinfo* found = nullptr;
+    if (getaddrinfo(address.empty() ? nullptr : address.c_str(), std::to_string(port).c_str(), &hints, &found) != 0)
+        return -1;
+    int listening = -1;
+    for (const addrinfo* entry = found; entry != nullptr && listening < 0; entry = entry->ai_next) {
+        // Non-blocking: the polling thread must never wait in accept for a client that went away.
+        const int fd = ::socket(entry->ai_family, entry->ai_socktype | SOCK_NONBLOCK | SOCK_CLOEXEC, entry->ai_protocol);
+        if (fd < 0)
+            continue;
+        const int yes = 1;
+        ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+        if (::bind(fd, entry->ai_addr, entry->ai_addrlen) == 0 && ::listen(fd, kListenBacklog) == 0)
+            listening = fd;
+        else
+            ::close(fd);
     }
-    response.set_header("Cache-Control", "no-cache");
-    response.set_content(std::move(content), type);
+    freeaddrinfo(found);
+    return listening;
+}
+
+int BoundPort(int fd) {
+    sockaddr_storage address{};
+    socklen_t length = sizeof address;
+    if (::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) != 0)
+        return -1;
+    if (address.ss_family == AF_INET)
+        return ntohs(reinterpret_cast<const sockaddr_in&>(address).sin_port);
+    if (address.ss_family == AF_INET6)
+        return ntohs(reinterpret_cast<const sockaddr_in6&>(address).sin6_port);
+    return -1;
+}
+
+std::optional<std::string> HeaderOf(MHD_Connection* connection, const char* name) {
+    const char* value = MHD_lookup_connection_value(connection, MHD_HEADER_KIND, name);
+    return value != nullptr ? std::optional<std::string>(value) : std::nullopt;
 }
 
 // Host part of a URL for the listen address: a wildcard address is no place
@@ -150,69 +224,159 @@ std::string WriteMessage(const CMessage& message) {
 
 }  // namespace
 
+struct ReportHttpReply {
+    int nStatus = 200;
+    std::string strBody;
+    const char* pszType = nullptr;
+    std::vector<std::pair<const char*, const char*>> headers;   // besides the security headers
+};
+
+// A fixed set of threads that run jobs in the order given.
+class CReportHttpServer::CWorkerPool {
+public:
+    explicit CWorkerPool(std::size_t threads) {
+        for (std::size_t i = 0; i < threads; ++i)
+            m_threads.emplace_back([this] { Work(); });
+    }
+    // Runs the jobs already given, then ends the threads.
+    ~CWorkerPool() {
+        {
+            std::lock_guard<std::mutex> lock(m_lock);
+            m_bDone = true;
+        }
+        m_wake.notify_all();
+        for (std::thread& thread : m_threads)
+            thread.join();
+    }
+    CWorkerPool(const CWorkerPool&) = delete;
+    CWorkerPool& operator=(const CWorkerPool&) = delete;
+
+    void Submit(std::function<void()> job) {
+        {
+            std::lock_guard<std::mutex> lock(m_lock);
+            m_jobs.push_back(std::move(job));
+        }
+        m_wake.notify_one();
+    }
+
+private:
+    void Work() {
+        for (;;) {
+            std::function<void()> job;
+            {
+                std::unique_lock<std::mutex> lock(m_lock);
+                m_wake.wait(lock, [this] { return m_bDone || !m_jobs.empty(); });
+                if (m_jobs.empty())
+                    return;
+                job = std::move(m_jobs.front());
+                m_jobs.pop_front();
+            }
+            job();
+        }
+    }
+
+    std::mutex m_lock;
+    std::condition_variable m_wake;
+    std::deque<std::function<void()>> m_jobs;
+    bool m_bDone = false;
+    std::vector<std::thread> m_threads;
+};
+
+// One request from its head to its answer; the library keeps it for us.
+struct CReportHttpServer::PendingRequest {
+    enum class Route { Messages, NotFound };
+    Route route = Route::NotFound;
+    std::string body;
+    std::size_t nReceived = 0;
+    bool bTooLarge = false;
+    bool bDispatched = false;
+    std::atomic<bool> bAnswered{false};   // the worker's reply is in
+    Reply reply;
+};
+
+// The library's callbacks, handed on to the server.
+struct ServerCallbacks {
+    static MHD_Result Access(void* server, MHD_Connection* connection, const char* url, const char* method,
+                             const char*, const char* uploadData, std::size_t* uploadDataSize, void** state) {
+        return static_cast<CReportHttpServer*>(server)->OnRequest(connection, url, method, uploadData, uploadDataSize,
+                                                                  state)
+                   ? MHD_YES
+                   : MHD_NO;
+    }
+    static void Completed(void* server, MHD_Connection*, void** state, MHD_RequestTerminationCode) {
+        static_cast<CReportHttpServer*>(server)->OnRequestDone(state);
+    }
+};
+
+namespace {
+
+using Reply = ReportHttpReply;
+
+Reply Answer(int status, const std::string& text) {
+    Reply reply;
+    reply.nStatus = status;
+    reply.strBody = text + "\n";
+    reply.pszType = kTextType;
+    return reply;
+}
+
+Reply SendFile(const std::optional<fs::path>& file, const char* type) {
+    Reply reply;
+    if (!file || !ReadWhole(*file, reply.strBody))
+        return Answer(404, "Not found");
+    reply.pszType = type;
+    reply.headers.emplace_back("Cache-Control", "no-cache");
+    return reply;
+}
+
+// The reply as the connection's response, with the security headers that
+// every answer carries unless the reply gives its own.
+bool Queue(MHD_Connection* connection, Reply reply) {
+    auto* body = new std::string(std::move(reply.strBody));
+    MHD_Response* response = MHD_create_response_from_buffer_with_free_callback_cls(
+        body->size(), body->data(), [](void* text) { delete static_cast<std::string*>(text); }, body);
+    if (response == nullptr) {
+        delete body;
+        return false;
+    }
+    const std::pair<const char*, const char*> defaults[] = {{"X-Content-Type-Options", "nosniff"},
+                                                            {"X-Frame-Options", "DENY"},
+                                                            {"Referrer-Policy", "no-referrer"},
+                                                            {"Content-Security-Policy", kPagePolicy}};
+    for (const auto& [name, value] : defaults) {
+        bool replaced = false;
+        for (const auto& header : reply.headers)
+            replaced = replaced || std::strcmp(header.first, name) == 0;
+        if (!replaced)
+            MHD_add_response_header(response, name, value);
+    }
+    for (const auto& [name, value] : reply.headers)
+        MHD_add_response_header(response, name, value);
+    if (reply.pszType != nullptr)
+        MHD_add_response_header(response, "Content-Type", reply.pszType);
+    const MHD_Result queued = MHD_queue_response(connection, static_cast<unsigned int>(reply.nStatus), response);
+    MHD_destroy_response(response);
+    return queued == MHD_YES;
+}
+
+}  // namespace
+
 CReportHttpServer::CReportHttpServer(CReportManager& manager, Options options)
-    : m_manager(manager), m_options(std::move(options)), m_guard(m_options.strListen),
-      m_pServer(std::make_unique<httplib::Server>()) {
+    : m_manager(manager), m_options(std::move(options)), m_guard(m_options.strListen) {
     m_canonicalWebDir = CanonicalDir(m_options.webDir, "web directory");
     m_canonicalReportDir = CanonicalDir(m_options.reportDir, "report directory");
     m_manager.SetMessageServer(&m_messageServer);
-
-    httplib::Server& server = *m_pServer;
-    const std::size_t threads = static_cast<std::size_t>(m_options.nThreads > 0 ? m_options.nThreads : 1);
-    server.new_task_queue = [threads] { return new httplib::ThreadPool(threads); };
-    server.set_payload_max_length(m_options.nMaxRequestBytes);
-    // Headers and body go out in separate writes: without this each answer waits for a delayed ACK.
-    server.set_tcp_nodelay(true);
-    server.set_default_headers({{"X-Content-Type-Options", "nosniff"},
-                                {"X-Frame-Options", "DENY"},
-                                {"Referrer-Policy", "no-referrer"},
-                                {"Content-Security-Policy", kPagePolicy}});
-    // The head is checked before the body is read: a refused request costs no body.
-    server.set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
-        const CRequestGuard::Verdict verdict = m_guard.Check(request.method, [&request](const char* name) {
-            return request.has_header(name) ? std::optional<std::string>(request.get_header_value(name))
-                                            : std::nullopt;
-        });
-        if (verdict.nStatus == 0)
-            return httplib::Server::HandlerResponse::Unhandled;
-        Answer(response, verdict.nStatus, verdict.strReason);
-        response.set_header("Connection", "close");
-        return httplib::Server::HandlerResponse::Handled;
-    });
-    server.Post("/messages", [this](const httplib::Request& request, httplib::Response& response) {
-        OnMessages(request, response);
-    });
-    server.Get("/reports/(.*)", [this](const httplib::Request& request, httplib::Response& response) {
-        OnReport(request, response);
-    });
-    server.Get("/(.*)", [this](const httplib::Request& request, httplib::Response& response) {
-        OnWebFile(request, response);
-    });
-    // httplib's own refusals (413 for a large body, 404 for an unknown route) get a text too.
-    const std::size_t limit = m_options.nMaxRequestBytes;
-    server.set_error_handler([limit](const httplib::Request&, httplib::Response& response) {
-        if (!response.body.empty())
-            return;
-        if (response.status == 413)
-            Answer(response, 413, "The request is larger than " + std::to_string(limit) + " bytes.");
-        else if (response.status == 404)
-            Answer(response, 404, "Not found");
-        else
-            Answer(response, response.status, "HTTP status " + std::to_string(response.status));
-    });
 }
 
 CReportHttpServer::~CReportHttpServer() {
+    if (m_nListenSocket >= 0)
+        ::close(m_nListenSocket);
     m_manager.SetMessageServer(nullptr);
 }
 
 void CReportHttpServer::Bind() {
-    httplib::Server& server = *m_pServer;
-    int port = m_options.nPort;
-    if (port == 0)
-        port = server.bind_to_any_port(m_options.strListen);
-    else if (!server.bind_to_port(m_options.strListen, port))
-        port = -1;
+    m_nListenSocket = ListenOn(m_options.strListen, m_options.nPort);
+    const int port = m_nListenSocket >= 0 ? BoundPort(m_nListenSocket) : -1;
     if (port <= 0)
         throw std::runtime_error("could not listen on " + m_options.strListen + " port " +
                                  std::to_string(m_options.nPort) + " (in use, or not an address of this host)");
@@ -225,42 +389,186 @@ void CReportHttpServer::Bind() {
 
 std::string CReportHttpServer::GetAddress() const { return m_strAddress; }
 
-bool CReportHttpServer::Run() { return m_pServer->listen_after_bind(); }
+bool CReportHttpServer::Run() {
+    if (m_nListenSocket < 0)
+        return false;
+    {
+        std::lock_guard<std::mutex> lock(m_lock);
+        if (m_bStopRequested)
+            return true;
+        m_bClosing = false;
+    }
+    // The threads are made here, not in Bind, so that they take the signal mask of the thread that runs us.
+    m_pWorkers = std::make_unique<CWorkerPool>(static_cast<std::size_t>(m_options.nThreads > 0 ? m_options.nThreads : 1));
+    m_pDaemon = MHD_start_daemon(
+        MHD_USE_INTERNAL_POLLING_THREAD | MHD_USE_EPOLL | MHD_ALLOW_SUSPEND_RESUME, 0, nullptr, nullptr,
+        &ServerCallbacks::Access, this, MHD_OPTION_LISTEN_SOCKET, m_nListenSocket, MHD_OPTION_CONNECTION_LIMIT,
+        kMaxConnections, MHD_OPTION_PER_IP_CONNECTION_LIMIT, kMaxConnectionsPerAddress, MHD_OPTION_CONNECTION_TIMEOUT,
+        kIdleTimeoutSeconds, MHD_OPTION_CONNECTION_MEMORY_LIMIT, kConnectionMemoryBytes, MHD_OPTION_NOTIFY_COMPLETED,
+        &ServerCallbacks::Completed, this, MHD_OPTION_UNESCAPE_CALLBACK, &DecodePath, nullptr, MHD_OPTION_END);
+    if (m_pDaemon == nullptr) {
+        m_pWorkers.reset();
+        return false;
+    }
+    std::unique_lock<std::mutex> lock(m_lock);
+    m_changed.wait(lock, [this] { return m_bStopRequested; });
+    lock.unlock();
 
-void CReportHttpServer::Stop() { m_pServer->stop(); }
+    // No new connection; the listening socket is ours again.
+    const int listening = MHD_quiesce_daemon(m_pDaemon);
+    lock.lock();
+    m_changed.wait_for(lock, kDrainTime, [this] { return m_nActive == 0; });
+    // Past the drain time a message still running finishes, but no new one starts.
+    m_bClosing = true;
+    m_changed.wait(lock, [this] { return m_nSuspended == 0; });
+    lock.unlock();
+    MHD_stop_daemon(m_pDaemon);
+    m_pDaemon = nullptr;
+    m_pWorkers.reset();
+    if (listening >= 0)
+        ::close(listening);
+    m_nListenSocket = -1;   // closed by us or by the daemon
+    return true;
+}
 
-void CReportHttpServer::OnMessages(const httplib::Request& request, httplib::Response& response) {
+void CReportHttpServer::Stop() {
+    {
+        std::lock_guard<std::mutex> lock(m_lock);
+        m_bStopRequested = true;
+    }
+    m_changed.notify_all();
+}
+
+bool CReportHttpServer::OnRequest(MHD_Connection* connection, const char* url, const char* method,
+                                  const char* uploadData, std::size_t* uploadDataSize, void** state) {
+    auto* request = static_cast<PendingRequest*>(*state);
+    if (request == nullptr) {
+        // The head is complete and no byte of the body is read yet: check it now, so a refused request costs no body.
+        request = new PendingRequest;
+        *state = request;
+        {
+            std::lock_guard<std::mutex> lock(m_lock);
+            ++m_nActive;
+        }
+        const std::string_view verb(method);
+        const CRequestGuard::Verdict verdict =
+            m_guard.Check(verb, [connection](const char* name) { return HeaderOf(connection, name); });
+        if (verdict.nStatus != 0) {
+            Reply refusal = Answer(verdict.nStatus, verdict.strReason);
+            refusal.headers.emplace_back("Connection", "close");
+            return Queue(connection, std::move(refusal));
+        }
+        const std::string path(url);
+        if (verb == "GET" || verb == "HEAD") {
+            // Files are read here, on the polling thread: they are small and local.
+            if (path.rfind("/reports/", 0) == 0)
+                return Queue(connection, OnReport(path.substr(9)));
+            return Queue(connection, OnWebFile(path.substr(1)));
+        }
+        if (verb != "POST")
+            return Queue(connection, Answer(400, "HTTP status 400"));
+        request->route = path == "/messages" ? PendingRequest::Route::Messages : PendingRequest::Route::NotFound;
+        const std::optional<std::string> length = HeaderOf(connection, "Content-Length");
+        if (length && std::strtoull(length->c_str(), nullptr, 10) > m_options.nMaxRequestBytes) {
+            request->bTooLarge = true;
+            // A client that waits for "100 Continue" hears the refusal before it sends anything.
+            const std::optional<std::string> expect = HeaderOf(connection, "Expect");
+            if (expect && expect->find("100") != std::string::npos)
+                return Queue(connection, Answer(413, "The request is larger than " +
+                                                         std::to_string(m_options.nMaxRequestBytes) + " bytes."));
+        }
+        return true;
+    }
+    if (*uploadDataSize > 0) {
+        // The limit counts the bytes received, whatever the head announced.
+        request->nReceived += *uploadDataSize;
+        if (request->nReceived > m_options.nMaxRequestBytes && !request->bTooLarge) {
+            request->bTooLarge = true;
+            std::string().swap(request->body);
+        }
+        if (!request->bTooLarge)
+            request->body.append(uploadData, *uploadDataSize);
+        *uploadDataSize = 0;
+        return request->nReceived <= m_options.nMaxRequestBytes + kMaxDroppedBytes;
+    }
+    // The body is complete.
+    if (request->bTooLarge)
+        return Queue(connection,
+                     Answer(413, "The request is larger than " + std::to_string(m_options.nMaxRequestBytes) + " bytes."));
+    if (request->route == PendingRequest::Route::NotFound)
+        return Queue(connection, Answer(404, "Not found"));
+    if (request->bAnswered)
+        return Queue(connection, std::move(request->reply));
+    if (request->bDispatched)
+        return true;
+    return Dispatch(connection, *request);
+}
+
+bool CReportHttpServer::Dispatch(MHD_Connection* connection, PendingRequest& request) {
+    {
+        std::lock_guard<std::mutex> lock(m_lock);
+        if (m_bClosing)
+            return false;   // stopping: the connection is closed unanswered
+        ++m_nSuspended;
+    }
+    request.bDispatched = true;
+    // The polling thread goes on with the other connections; the worker resumes this one with the answer.
+    MHD_suspend_connection(connection);
+    m_pWorkers->Submit([this, connection, &request] {
+        request.reply = OnMessages(request.body);
+        request.bAnswered = true;
+        MHD_resume_connection(connection);
+        {
+            std::lock_guard<std::mutex> lock(m_lock);
+            --m_nSuspended;
+        }
+        m_changed.notify_all();
+    });
+    return true;
+}
+
+void CReportHttpServer::OnRequestDone(void** state) {
+    auto* request = static_cast<PendingRequest*>(*state);
+    if (request == nullptr)
+        return;
+    delete request;
+    *state = nullptr;
+    {
+        std::lock_guard<std::mutex> lock(m_lock);
+        --m_nActive;
+    }
+    m_changed.notify_all();
+}
+
+CReportHttpServer::Reply CReportHttpServer::OnMessages(const std::string& body) {
     CMessage message;
     std::string strError;
-    if (!ReadMessage(request.body, message, strError)) {
-        Answer(response, 400, strError);
-        return;
-    }
+    if (!ReadMessage(body, message, strError))
+        return Answer(400, strError);
     const unsigned int slot = m_messageServer.Open();
     try {
         m_manager.OnMessage(message, CHttpMessageServer::HTTP_CLIENT, slot);
     } catch (const std::exception& e) {
         m_messageServer.Close(slot);
-        Answer(response, 500, std::string("The message failed: ") + e.what());
-        return;
+        return Answer(500, std::string("The message failed: ") + e.what());
     } catch (...) {
         m_messageServer.Close(slot);
-        Answer(response, 500, "The message failed: an exception of unknown type");
-        return;
+        return Answer(500, "The message failed: an exception of unknown type");
     }
     std::optional<CMessage> answer = m_messageServer.Close(slot);
     if (!answer) {
         // The report manager answers only the types it knows, and changes nothing for the others.
-        Answer(response, 400,
-               "Unknown message type '" + CUtility::UTF16toUTF8(message.GetType()) + "': this service answers " +
-                   CUtility::UTF16toUTF8(CReportManager::RETRIEVE_PLUGINS) + " and " +
-                   CUtility::UTF16toUTF8(CReportManager::EXECUTE_REPORT) + ".");
-        return;
+        return Answer(400, "Unknown message type '" + CUtility::UTF16toUTF8(message.GetType()) +
+                               "': this service answers " + CUtility::UTF16toUTF8(CReportManager::RETRIEVE_PLUGINS) +
+                               " and " + CUtility::UTF16toUTF8(CReportManager::EXECUTE_REPORT) + ".");
     }
     if (answer->GetType() == CReportManager::RETRIEVE_PLUGINS_RESPONSE)
         AddPluginStatus(*answer);
-    response.set_header("Cache-Control", "no-store");
-    response.set_content(WriteMessage(*answer), kXmlType);
+    Reply reply;
+    reply.strBody = WriteMessage(*answer);
+    reply.pszType = kXmlType;
+    reply.headers.emplace_back("Cache-Control", "no-store");
+    return reply;
 }
 
 void CReportHttpServer::AddPluginStatus(CMessage& response) const {
@@ -269,18 +577,17 @@ void CReportHttpServer::AddPluginStatus(CMessage& response) const {
         plugin.SetAttr(u"Status", m_manager.GetPluginStatus(plugin.GetAttr(CTWMQMessageRegistry::ATTR_NAME, u"")));
 }
 
-void CReportHttpServer::OnReport(const httplib::Request& request, httplib::Response& response) const {
+CReportHttpServer::Reply CReportHttpServer::OnReport(const std::string& name) const {
     // Reports lie flat in their directory under the manager's names; any
     // other file there (or a name with a "/") is none of them.
-    const std::string name = request.matches[1];
-    SendFile(response, CRequestGuard::IsReportName(name) ? ResolveInside(m_canonicalReportDir, name) : std::nullopt,
-             kHtmlType);
-    ReplaceHeader(response, "Content-Security-Policy", kReportPolicy);
-    ReplaceHeader(response, "X-Frame-Options", "SAMEORIGIN");
+    Reply reply =
+        SendFile(CRequestGuard::IsReportName(name) ? ResolveInside(m_canonicalReportDir, name) : std::nullopt, kHtmlType);
+    reply.headers.emplace_back("Content-Security-Policy", kReportPolicy);
+    reply.headers.emplace_back("X-Frame-Options", "SAMEORIGIN");
+    return reply;
 }
 
-void CReportHttpServer::OnWebFile(const httplib::Request& request, httplib::Response& response) const {
-    const std::string name = request.matches[1].str().empty() ? "index.html" : request.matches[1].str();
-    const std::optional<fs::path> file = ResolveInside(m_canonicalWebDir, name);
-    SendFile(response, file, file ? TypeOf(*file) : kTextType);
+CReportHttpServer::Reply CReportHttpServer::OnWebFile(const std::string& name) const {
+    const std::optional<fs::path> file = ResolveInside(m_canonicalWebDir, name.empty() ? "index.html" : name);
+    return SendFile(file, file ? TypeOf(*file) : kTextType);
 }

@@ -6,8 +6,11 @@
 //   GET  /reports/NAME    a report file of the report directory
 //   GET  /, /FILE         the web page, from the web directory
 //
-// Requests run on a pool of worker threads, each message to its end on the
-// thread that took it, as the report manager expects. Files are served only
+// One event-driven polling thread reads every connection and answers the
+// GETs itself; a message's connection is suspended while the message runs on
+// a pool of worker threads, each message to its end on the thread that took
+// it, as the report manager expects. Slow or idle clients hold a connection
+// slot each, never a thread, and are bounded per address and in total. Files are served only
 // from inside their directory: names are resolved (links too) and must stay
 // below it, and reports only by the names the report manager gives them.
 // Requests are checked before their body is read (CRequestGuard: the host,
@@ -18,9 +21,11 @@
 // Run blocks until Stop, which any thread (a signal watcher) may call.
 #pragma once
 
+#include <condition_variable>
 #include <cstddef>
 #include <filesystem>
 #include <memory>
+#include <mutex>
 #include <string>
 
 #include "host/HttpMessageServer.h"
@@ -28,11 +33,9 @@
 
 class CReportManager;
 
-namespace httplib {
-class Server;
-struct Request;
-struct Response;
-}
+struct MHD_Connection;
+struct MHD_Daemon;
+struct ReportHttpReply;   // an answer before it becomes the HTTP response
 
 class CReportHttpServer {
 public:
@@ -62,9 +65,20 @@ public:
     void Stop();
 
 private:
-    void OnMessages(const httplib::Request& request, httplib::Response& response);
-    void OnReport(const httplib::Request& request, httplib::Response& response) const;
-    void OnWebFile(const httplib::Request& request, httplib::Response& response) const;
+    using Reply = ReportHttpReply;
+    struct PendingRequest;
+    class CWorkerPool;
+    friend struct ServerCallbacks;
+
+    // The polling thread's view of a request; the arguments are the library's.
+    bool OnRequest(MHD_Connection* connection, const char* url, const char* method, const char* uploadData,
+                   std::size_t* uploadDataSize, void** state);
+    void OnRequestDone(void** state);
+    bool Dispatch(MHD_Connection* connection, PendingRequest& request);
+
+    Reply OnMessages(const std::string& body);
+    Reply OnReport(const std::string& name) const;
+    Reply OnWebFile(const std::string& name) const;
     // Adds each plug-in's load status to the listing, as 'twhost plugins --xml' does.
     void AddPluginStatus(CMessage& response) const;
 
@@ -74,5 +88,14 @@ private:
     std::string m_strAddress;
     CHttpMessageServer m_messageServer;
     CRequestGuard m_guard;
-    std::unique_ptr<httplib::Server> m_pServer;
+    int m_nListenSocket = -1;   // from Bind until Run hands it to the daemon
+    MHD_Daemon* m_pDaemon = nullptr;
+    std::unique_ptr<CWorkerPool> m_pWorkers;
+
+    // Stop's request, the requests under way (head read, answer not yet
+    // sent) and the connections suspended while their message runs.
+    std::mutex m_lock;
+    std::condition_variable m_changed;
+    bool m_bStopRequested = false, m_bClosing = false;
+    std::size_t m_nActive = 0, m_nSuspended = 0;
 };

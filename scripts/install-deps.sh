@@ -7,7 +7,7 @@ packages=(
     libgtest-dev libbenchmark-dev
     clang-14 libclang-rt-14-dev
     nlohmann-json3-dev rapidjson-dev
-    libcli11-dev libcpp-httplib-dev
+    libcli11-dev libmicrohttpd-dev libcpp-httplib-dev
     chromium
     qt6-base-dev libgl-dev fonts-dejavu-core
     xvfb xauth
