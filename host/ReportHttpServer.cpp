@@ -284,8 +284,9 @@ private:
 
 // One request from its head to its answer; the library keeps it for us.
 struct CReportHttpServer::PendingRequest {
-    enum class Route { Messages, NotFound };
+    enum class Route { Messages, Report, WebFile, NotFound };
     Route route = Route::NotFound;
+    std::string name;   // of the file asked for, below its directory
     std::string body;
     std::size_t nReceived = 0;
     bool bTooLarge = false;
@@ -459,15 +460,17 @@ bool CReportHttpServer::OnRequest(MHD_Connection* connection, const char* url, c
             return Queue(connection, std::move(refusal));
         }
         const std::string path(url);
+        using Route = PendingRequest::Route;
         if (verb == "GET" || verb == "HEAD") {
-            // Files are read here, on the polling thread: they are small and local.
-            if (path.rfind("/reports/", 0) == 0)
-                return Queue(connection, OnReport(path.substr(9)));
-            return Queue(connection, OnWebFile(path.substr(1)));
-        }
-        if (verb != "POST")
+            const bool report = path.rfind("/reports/", 0) == 0;
+            request->route = report ? Route::Report : Route::WebFile;
+            request->name = path.substr(report ? 9 : 1);
+        } else if (verb == "POST") {
+            request->route = path == "/messages" ? Route::Messages : Route::NotFound;
+        } else {
             return Queue(connection, Answer(400, "HTTP status 400"));
-        request->route = path == "/messages" ? PendingRequest::Route::Messages : PendingRequest::Route::NotFound;
+        }
+        // Answers wait for the end of the body, even an empty one: an answer queued earlier closes the connection.
         const std::optional<std::string> length = HeaderOf(connection, "Content-Length");
         if (length && std::strtoull(length->c_str(), nullptr, 10) > m_options.nMaxRequestBytes) {
             request->bTooLarge = true;
@@ -495,8 +498,17 @@ bool CReportHttpServer::OnRequest(MHD_Connection* connection, const char* url, c
     if (request->bTooLarge)
         return Queue(connection,
                      Answer(413, "The request is larger than " + std::to_string(m_options.nMaxRequestBytes) + " bytes."));
-    if (request->route == PendingRequest::Route::NotFound)
+    switch (request->route) {
+    case PendingRequest::Route::NotFound:
         return Queue(connection, Answer(404, "Not found"));
+    // Files are read here, on the polling thread: they are small and local.
+    case PendingRequest::Route::Report:
+        return Queue(connection, OnReport(request->name));
+    case PendingRequest::Route::WebFile:
+        return Queue(connection, OnWebFile(request->name));
+    case PendingRequest::Route::Messages:
+        break;
+    }
     if (request->bAnswered)
         return Queue(connection, std::move(request->reply));
     if (request->bDispatched)
