@@ -415,8 +415,10 @@ bool CReportHttpServer::Run() {
     m_changed.wait(lock, [this] { return m_bStopRequested; });
     lock.unlock();
 
-    // No new connection; the listening socket is ours again.
+    // No new connection: the listening socket is ours again, and closed so that new clients hear a refusal.
     const int listening = MHD_quiesce_daemon(m_pDaemon);
+    if (listening >= 0)
+        ::close(listening);
     lock.lock();
     m_changed.wait_for(lock, kDrainTime, [this] { return m_nActive == 0; });
     // Past the drain time a message still running finishes, but no new one starts.
@@ -426,8 +428,6 @@ bool CReportHttpServer::Run() {
     MHD_stop_daemon(m_pDaemon);
     m_pDaemon = nullptr;
     m_pWorkers.reset();
-    if (listening >= 0)
-        ::close(listening);
     m_nListenSocket = -1;   // closed by us or by the daemon
     return true;
 }
