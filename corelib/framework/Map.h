@@ -92,6 +92,7 @@ private:
         !(std::is_same_v<std::remove_cvref_t<ARG_KEY>, KEY> &&
           (std::is_arithmetic_v<KEY> || std::is_enum_v<KEY> ||
            (std::is_pointer_v<KEY> && !std::is_same_v<std::remove_cv_t<std::remove_pointer_t<KEY>>, char16_t>)));
+    struct BlockHeader;   // a block of node slots
     struct StoredHash {
         unsigned int nHashValue;
     };
@@ -209,6 +210,47 @@ public:
     // sizes. Nothing is copied and every pair pointer stays valid.
     void Swap(CMap& other) noexcept { std::swap(m_word, other.m_word); }
 
+    // The pairs in the order their keys first came in, read straight from the
+    // node slots: nodes take the free slots lowest first, block after block,
+    // so until a pair is removed (its slot then goes to a later key) the slot
+    // order is the order of insertion. Known() is false once a pair has gone
+    // since the map was last empty; Next() then gives null at once. Cheaper
+    // than a lookup per pair: the slots are read in address order. Valid while
+    // the map does not change.
+    class CSlotOrder {
+    public:
+        explicit CSlotOrder(const CMap& map) {
+            const Body* body = map.GetBody();
+            if (!body) return;
+            m_bKnown = body->bRemoved == 0;
+            if (!m_bKnown) return;
+            m_nLeft = static_cast<std::size_t>(body->nCount);
+            m_pSlot = reinterpret_cast<const unsigned char*>(body) + kBodySlots;
+            m_nInRun = std::min<std::size_t>(kInlineSlots, body->nBlockSize);
+            m_pNextBlock = body->pBlocks;
+        }
+        bool Known() const { return m_bKnown; }
+        const CPair* Next() {
+            if (m_nLeft == 0) return nullptr;
+            if (m_nInRun == 0) {
+                m_pSlot = reinterpret_cast<const unsigned char*>(m_pNextBlock) + kBlockSlots;
+                m_nInRun = m_pNextBlock->nSlots;
+                m_pNextBlock = m_pNextBlock->pNext;
+            }
+            const CAssoc* pAssoc = reinterpret_cast<const CAssoc*>(m_pSlot);
+            m_pSlot += sizeof(CAssoc);
+            --m_nInRun;
+            --m_nLeft;
+            return pAssoc;
+        }
+
+    private:
+        bool m_bKnown = true;   // an empty map knows its (empty) order
+        std::size_t m_nLeft = 0, m_nInRun = 0;
+        const unsigned char* m_pSlot = nullptr;
+        const BlockHeader* m_pNextBlock = nullptr;
+    };
+
 protected:
     // The node of a key, with its bucket and full hash; null if absent.
     CAssoc* GetAssocAt(ARG_KEY key, unsigned int& nHashBucket, unsigned int& nHashValue) const {
@@ -299,6 +341,7 @@ protected:
         if (pAssoc->pNext) pAssoc->pNext->pPrev = pAssoc->pPrev;
         pAssoc->~CAssoc();
         body->pFreeList = ::new (static_cast<void*>(pAssoc)) FreeSlot{body->pFreeList};
+        body->bRemoved = 1;
         if (--body->nCount == 0) ReleaseBody(body);
     }
 
@@ -311,16 +354,22 @@ private:
     struct FreeSlot {
         FreeSlot* pNext;
     };
+    // The start of a block of node slots.
+    struct BlockHeader {
+        BlockHeader* pNext;
+        std::size_t nSlots;
+    };
     // The header of a non-empty map (48 bytes); the first node slots follow it.
     struct Body {
         FreeSlot* pFreeList;
-        void* pBlocks;                    // further node blocks, newest first, each starting with the link to the next
+        BlockHeader* pBlocks;             // further node blocks, oldest first
         union {
             CAssoc* pHead;                // small: the first node of the walk
             CAssoc** pTable;              // bBig: the bucket heads
         };
         CAssoc** pIndex;                  // null while the chains are short
-        intptr_t nCount;
+        intptr_t nCount : 63;
+        intptr_t bRemoved : 1;            // a pair has gone since the body was made: slot order is not key order
         unsigned int nHashTableSize;
         unsigned int nBlockSize : 19;     // the cap of a block's node count
         unsigned int nNextBlockLog : 5;   // the next block holds min(2^this, nBlockSize) nodes
@@ -345,7 +394,7 @@ private:
 
     static constexpr std::size_t RoundUp(std::size_t n) { return (n + alignof(CAssoc) - 1) / alignof(CAssoc) * alignof(CAssoc); }
     static constexpr std::size_t kBodySlots = RoundUp(sizeof(Body));
-    static constexpr std::size_t kBlockSlots = RoundUp(sizeof(void*));
+    static constexpr std::size_t kBlockSlots = RoundUp(sizeof(BlockHeader));
 
     // No body: the bucket count in the high half, the block cap above a set low bit.
     static uintptr_t Tagged(unsigned int hashSize, unsigned int blockSize) {
@@ -386,8 +435,8 @@ private:
         const uintptr_t word = Tagged(body->nHashTableSize, body->nBlockSize);
         if (body->bBig) delete[] body->pTable;
         FreeIndex(body->pIndex);
-        for (void* block = body->pBlocks; block;) {
-            void* next = *static_cast<void**>(block);
+        for (BlockHeader* block = body->pBlocks; block;) {
+            BlockHeader* next = block->pNext;
             FreeRaw(block);
             block = next;
         }
@@ -413,15 +462,19 @@ private:
             p = next;
         }
     }
-    // A block of the next size; its first word links the blocks.
+    // A block of the next size; its header links the blocks and counts its slots.
     [[gnu::noinline]] void AddBlock(Body& body) {
         // Past nBlockSize a block may hold up to a quarter of the map: a large
         // map then costs few allocations, and at most a fifth of its nodes wait unused.
         const std::size_t cap = std::max<std::size_t>(body.nBlockSize, std::min<std::size_t>(static_cast<std::size_t>(body.nCount) / 4, kMaxBlockSize));
         const std::size_t n = std::min(std::size_t{1} << body.nNextBlockLog, cap);
         unsigned char* raw = static_cast<unsigned char*>(AllocRaw(kBlockSlots + n * sizeof(CAssoc)));
-        ::new (static_cast<void*>(raw)) void*(body.pBlocks);
-        body.pBlocks = raw;
+        BlockHeader* block = ::new (static_cast<void*>(raw)) BlockHeader{nullptr, n};
+        // Appended, so that the blocks stand in the order their slots are
+        // handed out (CSlotOrder). A map has few blocks: they grow with it.
+        BlockHeader** link = &body.pBlocks;
+        while (*link) link = &(*link)->pNext;
+        *link = block;
         if (n == (std::size_t{1} << body.nNextBlockLog) && body.nNextBlockLog < 19) ++body.nNextBlockLog;
         FreeSlots(body, raw + kBlockSlots, n);
     }

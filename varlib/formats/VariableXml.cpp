@@ -376,7 +376,7 @@ void CVariable::WriteXml(CXMLTextWriter& out) const {
         if (element.m_eType == VT_ARRAY) {
             out.StartElement("ARRAY");
             const std::size_t begin = items.size();
-            element.m_arrayValue.AppendInOrder(items);
+            element.m_arrayValue.AppendInOrder(items, CVariableArray::MissingElement::kSkipped);
             levels.push_back({begin, begin});   // level is not used past this point
         } else {
             WriteOwnChild(element, out);

@@ -1,6 +1,7 @@
 // CVariableArray: storage, ordinals, the shared cursor, copy and release.
 #include "varlib/values/VariableArray.h"
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <utility>
@@ -21,6 +22,16 @@ CString StoredIndex(const CString& index) {
     if (std::char_traits<char16_t>::length(text) == static_cast<size_t>(index.GetLength()))
         return index;
     return CString(text);
+}
+
+// Room for n more items. The lists that walks fill take one array after
+// another, so the capacity grows by doubling: reserving exactly what each
+// array adds would move the whole list once per array.
+template <class T>
+void ReserveMore(std::vector<T>& items, std::size_t n) {
+    const std::size_t need = items.size() + n;
+    if (need > items.capacity())
+        items.reserve(std::max(need, 2 * items.capacity()));
 }
 
 }  // namespace
@@ -47,7 +58,7 @@ void CVariableArray::DetachAll(std::vector<CVariable*>& out) {
     m_nCursor = 0;
     if (GetCount() == 0)
         return;
-    out.reserve(out.size() + static_cast<size_t>(GetCount()));
+    ReserveMore(out, static_cast<std::size_t>(GetCount()));
     ForEachPair([&out](CPair& pair) { out.push_back(pair.value); });
     RemoveAll();
     m_mapOrder.RemoveAll();
@@ -257,9 +268,26 @@ CVariable* CVariableArray::ElementAt(int nOrdinal, const CString** ppIndex) cons
     return pPair->value;
 }
 
-void CVariableArray::AppendInOrder(std::vector<OrderedElement>& out) const {
+void CVariableArray::AppendInOrder(std::vector<OrderedElement>& out, MissingElement missing) const {
+    if (missing == MissingElement::kSkipped) {
+        const int count = static_cast<int>(GetCount());
+        ReserveMore(out, static_cast<std::size_t>(count));
+        if (AppendInSlotOrder(out, missing))
+            return;
+        static const CString noIndex;   // what GetIndex gives for an ordinal without an index
+        for (int ordinal = 0; ordinal < count; ++ordinal) {
+            const auto* pOrder = m_mapOrder.PLookup(ordinal);
+            const CString* pIndex = pOrder != nullptr ? &pOrder->value : &noIndex;
+            const CPair* pPair = PLookup(*pIndex);
+            if (pPair != nullptr && pPair->value != nullptr)
+                out.push_back({pPair->value, pIndex});
+        }
+        return;
+    }
     const int count = static_cast<int>(m_mapOrder.GetCount());
-    out.reserve(out.size() + static_cast<std::size_t>(count));
+    ReserveMore(out, static_cast<std::size_t>(count));
+    if (AppendInSlotOrder(out, missing))
+        return;
     for (int ordinal = 0; ordinal < count; ++ordinal) {
         const CString* pIndex = nullptr;
         const CVariable* pElement = ElementAt(ordinal, &pIndex);
@@ -267,6 +295,35 @@ void CVariableArray::AppendInOrder(std::vector<OrderedElement>& out) const {
             return;
         out.push_back({pElement, pIndex});
     }
+}
+
+bool CVariableArray::AppendInSlotOrder(std::vector<OrderedElement>& out, MissingElement missing) const {
+    // An array that InsertElement alone has filled, and from which nothing
+    // has been removed, holds ordinal n and the element of its index in the
+    // n-th slot of either map, and both hold the one shared text of the
+    // index. Each pair is checked for exactly that: one that differs (a map
+    // changed through the base class) sends the walk the way of the lookups.
+    using COrderPair = CMapEx<int, int, CString, const char16_t*>::CPair;
+    CMapEx<int, int, CString, const char16_t*>::CSlotOrder orders(m_mapOrder);
+    CSlotOrder elements(*this);
+    const intptr_t count = m_mapOrder.GetCount();
+    if (!orders.Known() || !elements.Known() || count != GetCount())
+        return false;
+    const std::size_t start = out.size();
+    for (intptr_t ordinal = 0; ordinal < count; ++ordinal) {
+        const COrderPair* pOrder = orders.Next();
+        const CPair* pPair = elements.Next();
+        if (pOrder->key != ordinal ||
+            static_cast<const char16_t*>(pOrder->value) != static_cast<const char16_t*>(pPair->key)) {
+            out.resize(start);
+            return false;
+        }
+        if (pPair->value != nullptr)
+            out.push_back({pPair->value, &pOrder->value});
+        else if (missing == MissingElement::kEndsWalk)
+            return true;
+    }
+    return true;
 }
 
 int CVariableArray::GetFirstVariable(CString& index, CVariable*& pVariable) {

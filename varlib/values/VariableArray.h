@@ -125,9 +125,15 @@ private:
         const CVariable* pElement;
         const CString* pIndex;
     };
-    // Appends the elements in ordinal order, stopping at the first ordinal
-    // missing, as a walk does.
-    void AppendInOrder(std::vector<OrderedElement>& out) const;
+    // What a walk in ordinal order does at an ordinal without an element (one
+    // that a host took out through the base map): the cursor and the JSON
+    // form end there; the XML form goes on, up to the base map's count.
+    enum class MissingElement { kEndsWalk, kSkipped };
+    // Appends the elements in ordinal order.
+    void AppendInOrder(std::vector<OrderedElement>& out, MissingElement missing = MissingElement::kEndsWalk) const;
+    // AppendInOrder from the maps' slots, without a lookup; false, adding
+    // nothing, when the slots don't hold the order.
+    bool AppendInSlotOrder(std::vector<OrderedElement>& out, MissingElement missing) const;
     // Destroys every element and gives both maps the bucket count of a fresh array.
     void ResetToFresh();
     // Copies src's elements in its walk order into this empty array, then its
