@@ -22,11 +22,10 @@
 #include <utility>
 #include <vector>
 
-#include "corelib/TWMQMessageRegistry.h"
 #include "corelib/Utility.h"
 #include "corelib/XML.h"
+#include "host/PluginWorkers.h"
 #include "snmplib/SnmpUtility.h"
-#include "varlib/reports/ReportManager.h"
 
 namespace fs = std::filesystem;
 
@@ -232,14 +231,14 @@ struct ReportHttpReply {
 };
 
 // A fixed set of threads that run jobs in the order given.
-class CReportHttpServer::CWorkerPool {
+class CReportHttpServer::CThreadPool {
 public:
-    explicit CWorkerPool(std::size_t threads) {
+    explicit CThreadPool(std::size_t threads) {
         for (std::size_t i = 0; i < threads; ++i)
             m_threads.emplace_back([this] { Work(); });
     }
     // Runs the jobs already given, then ends the threads.
-    ~CWorkerPool() {
+    ~CThreadPool() {
         {
             std::lock_guard<std::mutex> lock(m_lock);
             m_bDone = true;
@@ -248,8 +247,8 @@ public:
         for (std::thread& thread : m_threads)
             thread.join();
     }
-    CWorkerPool(const CWorkerPool&) = delete;
-    CWorkerPool& operator=(const CWorkerPool&) = delete;
+    CThreadPool(const CThreadPool&) = delete;
+    CThreadPool& operator=(const CThreadPool&) = delete;
 
     void Submit(std::function<void()> job) {
         {
@@ -362,17 +361,15 @@ bool Queue(MHD_Connection* connection, Reply reply) {
 
 }  // namespace
 
-CReportHttpServer::CReportHttpServer(CReportManager& manager, Options options)
-    : m_manager(manager), m_options(std::move(options)), m_guard(m_options.strListen) {
+CReportHttpServer::CReportHttpServer(CPluginWorkers& workers, Options options)
+    : m_workers(workers), m_options(std::move(options)), m_guard(m_options.strListen) {
     m_canonicalWebDir = CanonicalDir(m_options.webDir, "web directory");
     m_canonicalReportDir = CanonicalDir(m_options.reportDir, "report directory");
-    m_manager.SetMessageServer(&m_messageServer);
 }
 
 CReportHttpServer::~CReportHttpServer() {
     if (m_nListenSocket >= 0)
         ::close(m_nListenSocket);
-    m_manager.SetMessageServer(nullptr);
 }
 
 void CReportHttpServer::Bind() {
@@ -383,9 +380,6 @@ void CReportHttpServer::Bind() {
                                  std::to_string(m_options.nPort) + " (in use, or not an address of this host)");
     m_strAddress = "http://" + UrlHost(m_options.strListen) + ":" + std::to_string(port) + "/";
     m_guard.SetPort(port);
-    // The report manager appends "/NAME" to both.
-    m_manager.SetWebServerInfo(CUtility::UTF8toUTF16(m_strAddress + "reports"),
-                               CUtility::UTF8toUTF16(m_canonicalReportDir.string()));
 }
 
 std::string CReportHttpServer::GetAddress() const { return m_strAddress; }
@@ -400,7 +394,7 @@ bool CReportHttpServer::Run() {
         m_bClosing = false;
     }
     // The threads are made here, not in Bind, so that they take the signal mask of the thread that runs us.
-    m_pWorkers = std::make_unique<CWorkerPool>(static_cast<std::size_t>(m_options.nThreads > 0 ? m_options.nThreads : 1));
+    m_pThreads = std::make_unique<CThreadPool>(static_cast<std::size_t>(m_options.nThreads > 0 ? m_options.nThreads : 1));
     m_pDaemon = MHD_start_daemon(
         MHD_USE_INTERNAL_POLLING_THREAD | MHD_USE_EPOLL | MHD_ALLOW_SUSPEND_RESUME, 0, nullptr, nullptr,
         &ServerCallbacks::Access, this, MHD_OPTION_LISTEN_SOCKET, m_nListenSocket, MHD_OPTION_CONNECTION_LIMIT,
@@ -408,7 +402,7 @@ bool CReportHttpServer::Run() {
         kIdleTimeoutSeconds, MHD_OPTION_CONNECTION_MEMORY_LIMIT, kConnectionMemoryBytes, MHD_OPTION_NOTIFY_COMPLETED,
         &ServerCallbacks::Completed, this, MHD_OPTION_UNESCAPE_CALLBACK, &DecodePath, nullptr, MHD_OPTION_END);
     if (m_pDaemon == nullptr) {
-        m_pWorkers.reset();
+        m_pThreads.reset();
         return false;
     }
     std::unique_lock<std::mutex> lock(m_lock);
@@ -427,7 +421,7 @@ bool CReportHttpServer::Run() {
     lock.unlock();
     MHD_stop_daemon(m_pDaemon);
     m_pDaemon = nullptr;
-    m_pWorkers.reset();
+    m_pThreads.reset();
     m_nListenSocket = -1;   // closed by us or by the daemon
     return true;
 }
@@ -524,9 +518,9 @@ bool CReportHttpServer::Dispatch(MHD_Connection* connection, PendingRequest& req
         ++m_nSuspended;
     }
     request.bDispatched = true;
-    // The polling thread goes on with the other connections; the worker resumes this one with the answer.
+    // The polling thread goes on with the other connections; the pool thread resumes this one with the answer.
     MHD_suspend_connection(connection);
-    m_pWorkers->Submit([this, connection, &request] {
+    m_pThreads->Submit([this, connection, &request] {
         request.reply = OnMessages(request.body);
         request.bAnswered = true;
         MHD_resume_connection(connection);
@@ -557,36 +551,18 @@ CReportHttpServer::Reply CReportHttpServer::OnMessages(const std::string& body) 
     std::string strError;
     if (!ReadMessage(body, message, strError))
         return Answer(400, strError);
-    const unsigned int slot = m_messageServer.Open();
-    try {
-        m_manager.OnMessage(message, CHttpMessageServer::HTTP_CLIENT, slot);
-    } catch (const std::exception& e) {
-        m_messageServer.Close(slot);
-        return Answer(500, std::string("The message failed: ") + e.what());
-    } catch (...) {
-        m_messageServer.Close(slot);
-        return Answer(500, "The message failed: an exception of unknown type");
+    const CPluginWorkers::Answer answer = m_workers.Call(message);
+    if (answer.nStatus != 200) {
+        Reply failure = Answer(answer.nStatus, answer.strText);
+        if (answer.nStatus == 503)
+            failure.headers.emplace_back("Retry-After", "1");
+        return failure;
     }
-    std::optional<CMessage> answer = m_messageServer.Close(slot);
-    if (!answer) {
-        // The report manager answers only the types it knows, and changes nothing for the others.
-        return Answer(400, "Unknown message type '" + CUtility::UTF16toUTF8(message.GetType()) +
-                               "': this service answers " + CUtility::UTF16toUTF8(CReportManager::RETRIEVE_PLUGINS) +
-                               " and " + CUtility::UTF16toUTF8(CReportManager::EXECUTE_REPORT) + ".");
-    }
-    if (answer->GetType() == CReportManager::RETRIEVE_PLUGINS_RESPONSE)
-        AddPluginStatus(*answer);
     Reply reply;
-    reply.strBody = WriteMessage(*answer);
+    reply.strBody = WriteMessage(answer.message);
     reply.pszType = kXmlType;
     reply.headers.emplace_back("Cache-Control", "no-store");
     return reply;
-}
-
-void CReportHttpServer::AddPluginStatus(CMessage& response) const {
-    CXML plugins = response.GetBody();
-    for (CXML plugin = plugins.GetFirstChild(); plugin.IsValid(); plugin = plugins.GetNextChild())
-        plugin.SetAttr(u"Status", m_manager.GetPluginStatus(plugin.GetAttr(CTWMQMessageRegistry::ATTR_NAME, u"")));
 }
 
 CReportHttpServer::Reply CReportHttpServer::OnReport(const std::string& name) const {

@@ -1,16 +1,16 @@
 // CReportHttpServer: twhost's HTTP front, in the place of the platform's
 // message server and web server at once.
 //
-//   POST /messages        a message in its XML wire form, handed to
-//                         CReportManager::OnMessage; the answer is the response
+//   POST /messages        a message in its XML wire form, run by a plug-in
+//                         worker process (CPluginWorkers); the answer is the response
 //   GET  /reports/NAME    a report file of the report directory
 //   GET  /, /FILE         the web page, from the web directory
 //
 // One event-driven polling thread reads every connection and answers the
-// GETs itself; a message's connection is suspended while the message runs on
-// a pool of worker threads, each message to its end on the thread that took
-// it, as the report manager expects. Slow or idle clients hold a connection
-// slot each, never a thread, and are bounded per address and in total. Files are served only
+// GETs itself; a message's connection is suspended while a thread of a pool
+// hands the message to a worker process and waits for its answer. Slow or
+// idle clients hold a connection slot each, never a thread, and are bounded
+// per address and in total. Files are served only
 // from inside their directory: names are resolved (links too) and must stay
 // below it, and reports only by the names the report manager gives them.
 // Requests are checked before their body is read (CRequestGuard: the host,
@@ -28,10 +28,10 @@
 #include <mutex>
 #include <string>
 
-#include "host/HttpMessageServer.h"
 #include "host/RequestGuard.h"
 
-class CReportManager;
+class CMessage;
+class CPluginWorkers;
 
 struct MHD_Connection;
 struct MHD_Daemon;
@@ -44,21 +44,24 @@ public:
         int nPort = 8080;                       // 0: any free port
         std::filesystem::path webDir;           // the page's files
         std::filesystem::path reportDir;        // where the report manager writes; must exist
-        int nThreads = 8;                       // worker threads
+        int nThreads = 8;                       // threads that wait for the workers' answers
         std::size_t nMaxRequestBytes = 1 << 20; // larger bodies get 413
     };
 
-    // Sets itself as the manager's message server. The manager must outlive this object.
-    CReportHttpServer(CReportManager& manager, Options options);
+    // The workers must outlive this object.
+    CReportHttpServer(CPluginWorkers& workers, Options options);
     ~CReportHttpServer();
     CReportHttpServer(const CReportHttpServer&) = delete;
     CReportHttpServer& operator=(const CReportHttpServer&) = delete;
 
-    // Binds the socket and gives the manager this server's report URL; throws
-    // std::runtime_error when the address can't be had.
+    // Binds the socket; throws std::runtime_error when the address can't be had.
     void Bind();
     // The address to open in a browser, "http://HOST:PORT/"; valid after Bind.
     std::string GetAddress() const;
+    // Where the report manager puts its reports: the base URL that serves
+    // them (no trailing "/"; valid after Bind) and the directory.
+    std::string GetReportUrl() const { return m_strAddress + "reports"; }
+    std::string GetReportDir() const { return m_canonicalReportDir.string(); }
     // Serves until Stop; false if serving could not start.
     bool Run();
     // Ends Run: no new connection is taken, the requests under way finish.
@@ -67,7 +70,7 @@ public:
 private:
     using Reply = ReportHttpReply;
     struct PendingRequest;
-    class CWorkerPool;
+    class CThreadPool;
     friend struct ServerCallbacks;
 
     // The polling thread's view of a request; the arguments are the library's.
@@ -79,18 +82,15 @@ private:
     Reply OnMessages(const std::string& body);
     Reply OnReport(const std::string& name) const;
     Reply OnWebFile(const std::string& name) const;
-    // Adds each plug-in's load status to the listing, as 'twhost plugins --xml' does.
-    void AddPluginStatus(CMessage& response) const;
 
-    CReportManager& m_manager;
+    CPluginWorkers& m_workers;
     Options m_options;
     std::filesystem::path m_canonicalWebDir, m_canonicalReportDir;
     std::string m_strAddress;
-    CHttpMessageServer m_messageServer;
     CRequestGuard m_guard;
     int m_nListenSocket = -1;   // from Bind until Run hands it to the daemon
     MHD_Daemon* m_pDaemon = nullptr;
-    std::unique_ptr<CWorkerPool> m_pWorkers;
+    std::unique_ptr<CThreadPool> m_pThreads;
 
     // Stop's request, the requests under way (head read, answer not yet
     // sent) and the connections suspended while their message runs.
