@@ -10,7 +10,8 @@
 // GETs itself; a message's connection is suspended while a thread of a pool
 // hands the message to a worker process and waits for its answer. Slow or
 // idle clients hold a connection slot each, never a thread, and are bounded
-// per address and in total. Files are served only
+// per address and in total; a request's head and body must be in within the
+// request time, and the bodies held at once within a budget. Files are served only
 // from inside their directory: names are resolved (links too) and must stay
 // below it, and reports only by the names the report manager gives them.
 // Requests are checked before their body is read (CRequestGuard: the host,
@@ -26,7 +27,9 @@
 #include <filesystem>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
+#include <thread>
 
 #include "host/RequestGuard.h"
 
@@ -46,6 +49,8 @@ public:
         std::filesystem::path reportDir;        // where the report manager writes; must exist
         int nThreads = 8;                       // threads that wait for the workers' answers
         std::size_t nMaxRequestBytes = 1 << 20; // larger bodies get 413
+        std::size_t nMaxHeldBytes = 64 << 20;   // bodies held at once; past it 503
+        int nRequestSeconds = 30;               // for the head and body of one request
     };
 
     // The workers must outlive this object.
@@ -70,13 +75,19 @@ public:
 private:
     using Reply = ReportHttpReply;
     struct PendingRequest;
+    struct Connection;
     class CThreadPool;
     friend struct ServerCallbacks;
 
     // The polling thread's view of a request; the arguments are the library's.
     bool OnRequest(MHD_Connection* connection, const char* url, const char* method, const char* uploadData,
                    std::size_t* uploadDataSize, void** state);
-    void OnRequestDone(void** state);
+    void OnRequestDone(MHD_Connection* connection, void** state);
+    void OnConnection(MHD_Connection* connection, void** context, bool opened);
+    // Gives a connection's next request its time from now, or no limit while its answer is made.
+    void SetDeadline(MHD_Connection* connection, bool limited);
+    // Cuts off the connections past their deadline, until Run ends.
+    void WatchDeadlines();
     bool Dispatch(MHD_Connection* connection, PendingRequest& request);
 
     Reply OnMessages(const std::string& body);
@@ -98,4 +109,14 @@ private:
     std::condition_variable m_changed;
     bool m_bStopRequested = false, m_bClosing = false;
     std::size_t m_nActive = 0, m_nSuspended = 0;
+    std::size_t m_nHeldBytes = 0;   // announced by the bodies being read or run
+
+    // The open connections, for the deadline watcher; under their own lock,
+    // which the library's closing notification takes too, so that a socket
+    // is shut down only while it is still the connection's.
+    std::mutex m_connectionLock;
+    std::condition_variable m_watcherWake;
+    bool m_bWatching = false;
+    std::set<Connection*> m_connections;
+    std::thread m_watcher;
 };

@@ -34,6 +34,7 @@ struct ServeOptions {
     int nThreads = 8;
     int nWorkers = 0;           // 0: one per core
     int nCallSeconds = 60;
+    int nRequestSeconds = 30;
 };
 
 int DefaultWorkers() {
@@ -109,6 +110,7 @@ int Serve(const CCommandContext& context, const ServeOptions& options) {
     serverOptions.webDir = CUtility::UTF16toUTF8(CUtility::GetWebDir());
     serverOptions.reportDir = ReportDirectory(options);
     serverOptions.nThreads = options.nThreads;
+    serverOptions.nRequestSeconds = options.nRequestSeconds;
     CReportHttpServer server(workers, serverOptions);
     server.Bind();
 
@@ -152,6 +154,10 @@ void RegisterServeCommand(CLI::App& app, CCommandContext& context) {
     serve->add_option("--call-timeout", options->nCallSeconds,
                       "Seconds a message may run in a worker before the worker is killed and replaced")
         ->check(CLI::Range(1, 86400))
+        ->capture_default_str();
+    serve->add_option("--request-timeout", options->nRequestSeconds,
+                      "Seconds a client has to send a request's head and body")
+        ->check(CLI::Range(1, 3600))
         ->capture_default_str();
     serve->callback([&context, options] {
         context.m_action = [&context, options] { return Serve(context, *options); };

@@ -1,7 +1,7 @@
 // The serve command of twhost:
 //
 //   twhost serve [--listen ADDR] [--port N] [--report-dir DIR] [--threads N]
-//                [--workers N] [--call-timeout SECONDS]
+//                [--workers N] [--call-timeout SECONDS] [--request-timeout SECONDS]
 //
 // Starts plug-in worker processes, each with the plug-ins loaded into its
 // report manager, and answers the messages, serves the reports and the web
