@@ -309,7 +309,14 @@ void CPluginWorkers::Supervise() {
             if (watched[i].revents == 0 || worker.fd != watched[i].fd)
                 continue;
             if (worker.state == State::Idle) {
-                StartFailed(worker, "ended while idle", false);
+                // The poll may have seen the answer to a call that has taken it since and
+                // given the worker back: only what is still there counts.
+                char byte;
+                const ssize_t waiting = ::recv(worker.fd, &byte, 1, MSG_PEEK | MSG_DONTWAIT);
+                if (waiting == 0 || (waiting < 0 && errno != EAGAIN && errno != EINTR))
+                    StartFailed(worker, "ended while idle", false);
+                else if (waiting > 0)
+                    StartFailed(worker, "spoke unasked and was killed", true);
             } else if (worker.state == State::Starting) {
                 CMessage ready;
                 const WorkerChannel::Result read =
