@@ -22,11 +22,10 @@
 #include <utility>
 #include <vector>
 
-#include "corelib/TWMQMessageRegistry.h"
 #include "corelib/Utility.h"
 #include "corelib/XML.h"
+#include "host/PluginWorkers.h"
 #include "snmplib/SnmpUtility.h"
-#include "varlib/reports/ReportManager.h"
 
 namespace fs = std::filesystem;
 
@@ -62,6 +61,8 @@ constexpr std::size_t kConnectionMemoryBytes = 64 * 1024;
 constexpr std::size_t kMaxDroppedBytes = 16 << 20;
 // How long Stop lets the requests under way send their answers before it closes their connections.
 constexpr std::chrono::seconds kDrainTime(kIdleTimeoutSeconds);
+// How often the deadline watcher looks: a connection is cut off at most this late.
+constexpr std::chrono::milliseconds kWatchTick(250);
 
 // Content types of the page's files, by extension; anything else is bytes.
 struct FileType {
@@ -232,14 +233,14 @@ struct ReportHttpReply {
 };
 
 // A fixed set of threads that run jobs in the order given.
-class CReportHttpServer::CWorkerPool {
+class CReportHttpServer::CThreadPool {
 public:
-    explicit CWorkerPool(std::size_t threads) {
+    explicit CThreadPool(std::size_t threads) {
         for (std::size_t i = 0; i < threads; ++i)
             m_threads.emplace_back([this] { Work(); });
     }
     // Runs the jobs already given, then ends the threads.
-    ~CWorkerPool() {
+    ~CThreadPool() {
         {
             std::lock_guard<std::mutex> lock(m_lock);
             m_bDone = true;
@@ -248,8 +249,8 @@ public:
         for (std::thread& thread : m_threads)
             thread.join();
     }
-    CWorkerPool(const CWorkerPool&) = delete;
-    CWorkerPool& operator=(const CWorkerPool&) = delete;
+    CThreadPool(const CThreadPool&) = delete;
+    CThreadPool& operator=(const CThreadPool&) = delete;
 
     void Submit(std::function<void()> job) {
         {
@@ -289,6 +290,7 @@ struct CReportHttpServer::PendingRequest {
     std::string name;   // of the file asked for, below its directory
     std::string body;
     std::size_t nReceived = 0;
+    std::size_t nHeld = 0;   // of the server's budget, for the body announced
     bool bTooLarge = false;
     bool bDispatched = false;
     std::atomic<bool> bAnswered{false};   // the worker's reply is in
@@ -304,9 +306,19 @@ struct ServerCallbacks {
                    ? MHD_YES
                    : MHD_NO;
     }
-    static void Completed(void* server, MHD_Connection*, void** state, MHD_RequestTerminationCode) {
-        static_cast<CReportHttpServer*>(server)->OnRequestDone(state);
+    static void Completed(void* server, MHD_Connection* connection, void** state, MHD_RequestTerminationCode) {
+        static_cast<CReportHttpServer*>(server)->OnRequestDone(connection, state);
     }
+    static void Connection(void* server, MHD_Connection* connection, void** context, MHD_ConnectionNotificationCode code) {
+        static_cast<CReportHttpServer*>(server)->OnConnection(connection, context, code == MHD_CONNECTION_NOTIFY_STARTED);
+    }
+};
+
+// An open connection: its socket, and when its request must be in.
+struct CReportHttpServer::Connection {
+    int fd = -1;
+    std::optional<std::chrono::steady_clock::time_point> deadline;   // none while an answer is made
+    bool bCut = false;
 };
 
 namespace {
@@ -362,17 +374,15 @@ bool Queue(MHD_Connection* connection, Reply reply) {
 
 }  // namespace
 
-CReportHttpServer::CReportHttpServer(CReportManager& manager, Options options)
-    : m_manager(manager), m_options(std::move(options)), m_guard(m_options.strListen) {
+CReportHttpServer::CReportHttpServer(CPluginWorkers& workers, Options options)
+    : m_workers(workers), m_options(std::move(options)), m_guard(m_options.strListen) {
     m_canonicalWebDir = CanonicalDir(m_options.webDir, "web directory");
     m_canonicalReportDir = CanonicalDir(m_options.reportDir, "report directory");
-    m_manager.SetMessageServer(&m_messageServer);
 }
 
 CReportHttpServer::~CReportHttpServer() {
     if (m_nListenSocket >= 0)
         ::close(m_nListenSocket);
-    m_manager.SetMessageServer(nullptr);
 }
 
 void CReportHttpServer::Bind() {
@@ -383,9 +393,6 @@ void CReportHttpServer::Bind() {
                                  std::to_string(m_options.nPort) + " (in use, or not an address of this host)");
     m_strAddress = "http://" + UrlHost(m_options.strListen) + ":" + std::to_string(port) + "/";
     m_guard.SetPort(port);
-    // The report manager appends "/NAME" to both.
-    m_manager.SetWebServerInfo(CUtility::UTF8toUTF16(m_strAddress + "reports"),
-                               CUtility::UTF8toUTF16(m_canonicalReportDir.string()));
 }
 
 std::string CReportHttpServer::GetAddress() const { return m_strAddress; }
@@ -400,15 +407,30 @@ bool CReportHttpServer::Run() {
         m_bClosing = false;
     }
     // The threads are made here, not in Bind, so that they take the signal mask of the thread that runs us.
-    m_pWorkers = std::make_unique<CWorkerPool>(static_cast<std::size_t>(m_options.nThreads > 0 ? m_options.nThreads : 1));
+    m_pThreads = std::make_unique<CThreadPool>(static_cast<std::size_t>(m_options.nThreads > 0 ? m_options.nThreads : 1));
+    m_bWatching = true;
+    m_watcher = std::thread([this] { WatchDeadlines(); });
     m_pDaemon = MHD_start_daemon(
         MHD_USE_INTERNAL_POLLING_THREAD | MHD_USE_EPOLL | MHD_ALLOW_SUSPEND_RESUME, 0, nullptr, nullptr,
         &ServerCallbacks::Access, this, MHD_OPTION_LISTEN_SOCKET, m_nListenSocket, MHD_OPTION_CONNECTION_LIMIT,
         kMaxConnections, MHD_OPTION_PER_IP_CONNECTION_LIMIT, kMaxConnectionsPerAddress, MHD_OPTION_CONNECTION_TIMEOUT,
         kIdleTimeoutSeconds, MHD_OPTION_CONNECTION_MEMORY_LIMIT, kConnectionMemoryBytes, MHD_OPTION_NOTIFY_COMPLETED,
-        &ServerCallbacks::Completed, this, MHD_OPTION_UNESCAPE_CALLBACK, &DecodePath, nullptr, MHD_OPTION_END);
+        &ServerCallbacks::Completed, this, MHD_OPTION_NOTIFY_CONNECTION, &ServerCallbacks::Connection, this,
+        MHD_OPTION_UNESCAPE_CALLBACK, &DecodePath, nullptr, MHD_OPTION_END);
+    const auto stopWatching = [this] {
+        {
+            std::lock_guard<std::mutex> lock(m_connectionLock);
+            m_bWatching = false;
+        }
+        m_watcherWake.notify_all();
+        m_watcher.join();
+        for (Connection* connection : m_connections)   // none: the library tells of every close
+            delete connection;
+        m_connections.clear();
+    };
     if (m_pDaemon == nullptr) {
-        m_pWorkers.reset();
+        stopWatching();
+        m_pThreads.reset();
         return false;
     }
     std::unique_lock<std::mutex> lock(m_lock);
@@ -427,7 +449,8 @@ bool CReportHttpServer::Run() {
     lock.unlock();
     MHD_stop_daemon(m_pDaemon);
     m_pDaemon = nullptr;
-    m_pWorkers.reset();
+    stopWatching();
+    m_pThreads.reset();
     m_nListenSocket = -1;   // closed by us or by the daemon
     return true;
 }
@@ -472,7 +495,26 @@ bool CReportHttpServer::OnRequest(MHD_Connection* connection, const char* url, c
         }
         // Answers wait for the end of the body, even an empty one: an answer queued earlier closes the connection.
         const std::optional<std::string> length = HeaderOf(connection, "Content-Length");
-        if (length && std::strtoull(length->c_str(), nullptr, 10) > m_options.nMaxRequestBytes) {
+        const unsigned long long announced = length ? std::strtoull(length->c_str(), nullptr, 10) : 0;
+        if (announced > 0 && announced <= m_options.nMaxRequestBytes) {
+            // The body is counted against the budget before a byte of it is read.
+            bool held = false;
+            {
+                std::lock_guard<std::mutex> lock(m_lock);
+                if (m_nHeldBytes + announced <= m_options.nMaxHeldBytes) {
+                    m_nHeldBytes += announced;
+                    request->nHeld = announced;
+                    held = true;
+                }
+            }
+            if (!held) {
+                Reply busy = Answer(503, "The server holds as many request bodies as it may; try again.");
+                busy.headers.emplace_back("Retry-After", "1");
+                busy.headers.emplace_back("Connection", "close");
+                return Queue(connection, std::move(busy));
+            }
+        }
+        if (announced > m_options.nMaxRequestBytes) {
             request->bTooLarge = true;
             // A client that waits for "100 Continue" hears the refusal before it sends anything.
             const std::optional<std::string> expect = HeaderOf(connection, "Expect");
@@ -494,7 +536,8 @@ bool CReportHttpServer::OnRequest(MHD_Connection* connection, const char* url, c
         *uploadDataSize = 0;
         return request->nReceived <= m_options.nMaxRequestBytes + kMaxDroppedBytes;
     }
-    // The body is complete.
+    // The body is complete: the answer takes its own time, not the request's.
+    SetDeadline(connection, false);
     if (request->bTooLarge)
         return Queue(connection,
                      Answer(413, "The request is larger than " + std::to_string(m_options.nMaxRequestBytes) + " bytes."));
@@ -524,9 +567,9 @@ bool CReportHttpServer::Dispatch(MHD_Connection* connection, PendingRequest& req
         ++m_nSuspended;
     }
     request.bDispatched = true;
-    // The polling thread goes on with the other connections; the worker resumes this one with the answer.
+    // The polling thread goes on with the other connections; the pool thread resumes this one with the answer.
     MHD_suspend_connection(connection);
-    m_pWorkers->Submit([this, connection, &request] {
+    m_pThreads->Submit([this, connection, &request] {
         request.reply = OnMessages(request.body);
         request.bAnswered = true;
         MHD_resume_connection(connection);
@@ -539,17 +582,63 @@ bool CReportHttpServer::Dispatch(MHD_Connection* connection, PendingRequest& req
     return true;
 }
 
-void CReportHttpServer::OnRequestDone(void** state) {
+void CReportHttpServer::OnRequestDone(MHD_Connection* connection, void** state) {
+    SetDeadline(connection, true);   // for the next request on the connection
     auto* request = static_cast<PendingRequest*>(*state);
     if (request == nullptr)
         return;
-    delete request;
-    *state = nullptr;
     {
         std::lock_guard<std::mutex> lock(m_lock);
         --m_nActive;
+        m_nHeldBytes -= request->nHeld;
     }
+    delete request;
+    *state = nullptr;
     m_changed.notify_all();
+}
+
+void CReportHttpServer::OnConnection(MHD_Connection* connection, void** context, bool opened) {
+    std::lock_guard<std::mutex> lock(m_connectionLock);
+    if (opened) {
+        const MHD_ConnectionInfo* info = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD);
+        auto* entry = new Connection;
+        entry->fd = info != nullptr ? info->connect_fd : -1;
+        entry->deadline = std::chrono::steady_clock::now() + std::chrono::seconds(m_options.nRequestSeconds);
+        m_connections.insert(entry);
+        *context = entry;
+        return;
+    }
+    // Still under the lock: the socket is closed only after this returns.
+    auto* entry = static_cast<Connection*>(*context);
+    m_connections.erase(entry);
+    delete entry;
+    *context = nullptr;
+}
+
+void CReportHttpServer::SetDeadline(MHD_Connection* connection, bool limited) {
+    const MHD_ConnectionInfo* info = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_SOCKET_CONTEXT);
+    if (info == nullptr || info->socket_context == nullptr)
+        return;
+    auto* entry = static_cast<Connection*>(info->socket_context);
+    std::lock_guard<std::mutex> lock(m_connectionLock);
+    if (limited)
+        entry->deadline = std::chrono::steady_clock::now() + std::chrono::seconds(m_options.nRequestSeconds);
+    else
+        entry->deadline.reset();
+}
+
+void CReportHttpServer::WatchDeadlines() {
+    std::unique_lock<std::mutex> lock(m_connectionLock);
+    while (!m_watcherWake.wait_for(lock, kWatchTick, [this] { return !m_bWatching; })) {
+        const auto now = std::chrono::steady_clock::now();
+        // A client that sends a byte now and then is never idle, and the library would keep it:
+        // shut down, its socket reads as ended and the library closes the connection.
+        for (Connection* connection : m_connections)
+            if (connection->deadline && *connection->deadline <= now && !connection->bCut && connection->fd >= 0) {
+                ::shutdown(connection->fd, SHUT_RDWR);
+                connection->bCut = true;
+            }
+    }
 }
 
 CReportHttpServer::Reply CReportHttpServer::OnMessages(const std::string& body) {
@@ -557,36 +646,18 @@ CReportHttpServer::Reply CReportHttpServer::OnMessages(const std::string& body) 
     std::string strError;
     if (!ReadMessage(body, message, strError))
         return Answer(400, strError);
-    const unsigned int slot = m_messageServer.Open();
-    try {
-        m_manager.OnMessage(message, CHttpMessageServer::HTTP_CLIENT, slot);
-    } catch (const std::exception& e) {
-        m_messageServer.Close(slot);
-        return Answer(500, std::string("The message failed: ") + e.what());
-    } catch (...) {
-        m_messageServer.Close(slot);
-        return Answer(500, "The message failed: an exception of unknown type");
+    const CPluginWorkers::Answer answer = m_workers.Call(message);
+    if (answer.nStatus != 200) {
+        Reply failure = Answer(answer.nStatus, answer.strText);
+        if (answer.nStatus == 503)
+            failure.headers.emplace_back("Retry-After", "1");
+        return failure;
     }
-    std::optional<CMessage> answer = m_messageServer.Close(slot);
-    if (!answer) {
-        // The report manager answers only the types it knows, and changes nothing for the others.
-        return Answer(400, "Unknown message type '" + CUtility::UTF16toUTF8(message.GetType()) +
-                               "': this service answers " + CUtility::UTF16toUTF8(CReportManager::RETRIEVE_PLUGINS) +
-                               " and " + CUtility::UTF16toUTF8(CReportManager::EXECUTE_REPORT) + ".");
-    }
-    if (answer->GetType() == CReportManager::RETRIEVE_PLUGINS_RESPONSE)
-        AddPluginStatus(*answer);
     Reply reply;
-    reply.strBody = WriteMessage(*answer);
+    reply.strBody = WriteMessage(answer.message);
     reply.pszType = kXmlType;
     reply.headers.emplace_back("Cache-Control", "no-store");
     return reply;
-}
-
-void CReportHttpServer::AddPluginStatus(CMessage& response) const {
-    CXML plugins = response.GetBody();
-    for (CXML plugin = plugins.GetFirstChild(); plugin.IsValid(); plugin = plugins.GetNextChild())
-        plugin.SetAttr(u"Status", m_manager.GetPluginStatus(plugin.GetAttr(CTWMQMessageRegistry::ATTR_NAME, u"")));
 }
 
 CReportHttpServer::Reply CReportHttpServer::OnReport(const std::string& name) const {

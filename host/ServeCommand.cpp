@@ -1,7 +1,5 @@
 #include "host/ServeCommand.h"
 
-#include "host/LoadedPlugins.h"
-
 #include <pthread.h>
 #include <signal.h>
 
@@ -20,9 +18,10 @@
 #include "corelib/Utility.h"
 #include "corelib/framework/StringArray.h"
 #include "host/ExitCode.h"
+#include "host/PluginWorker.h"
+#include "host/PluginWorkers.h"
 #include "host/ReportDirectory.h"
 #include "host/ReportHttpServer.h"
-#include "varlib/reports/ReportManager.h"
 
 namespace fs = std::filesystem;
 
@@ -33,44 +32,15 @@ struct ServeOptions {
     int nPort = 8080;
     std::string strReportDir;   // empty: "reports/" in the web directory
     int nThreads = 8;
+    int nWorkers = 0;           // 0: one per core
+    int nCallSeconds = 60;
+    int nRequestSeconds = 30;
 };
 
-// The report manager of the process with its plug-ins loaded; CleanUp at the
-// end unloads them, so every module gets its PlgCleanUp however serving ends.
-class CLoadedReportManager {
-public:
-    explicit CLoadedReportManager(const std::string& strPluginDir) {
-        if (!strPluginDir.empty())
-            CUtility::SetPluginDir(CUtility::UTF8toUTF16(strPluginDir));
-        // Made before anything asks for the plain registry, so the one instance is a report manager.
-        m_pManager = CReportManager::GetInstance();
-        if (m_pManager == nullptr)
-            throw std::runtime_error("the report manager could not be created");
-        std::string strFailure;
-        try {
-            m_pManager->Load();
-            return;
-        } catch (const std::exception& e) {
-            strFailure = e.what();   // read while the module that threw is still loaded
-        } catch (...) {
-            strFailure = "a plug-in threw an exception of unknown type";
-        }
-        UnloadReportingFailures(*m_pManager);
-        CReportManager::CleanUp();
-        throw std::runtime_error("loading the plug-ins failed: " + strFailure);
-    }
-    ~CLoadedReportManager() {
-        UnloadReportingFailures(*m_pManager);
-        CReportManager::CleanUp();
-    }
-    CLoadedReportManager(const CLoadedReportManager&) = delete;
-    CLoadedReportManager& operator=(const CLoadedReportManager&) = delete;
-
-    CReportManager& Get() const { return *m_pManager; }
-
-private:
-    CReportManager* m_pManager;
-};
+int DefaultWorkers() {
+    const unsigned int cores = std::thread::hardware_concurrency();
+    return cores > 0 ? static_cast<int>(cores) : 1;
+}
 
 // Watches for SIGINT and SIGTERM on a thread of its own and stops the server
 // on the first. The signals are blocked in every thread made after this
@@ -127,25 +97,35 @@ fs::path ReportDirectory(const ServeOptions& options) {
 }
 
 int Serve(const CCommandContext& context, const ServeOptions& options) {
-    CLoadedReportManager manager(context.m_strPluginDir);
+    if (!context.m_strPluginDir.empty())
+        CUtility::SetPluginDir(CUtility::UTF8toUTF16(context.m_strPluginDir));
+    CPluginWorkers::Options workerOptions;
+    workerOptions.strPluginDir = context.m_strPluginDir;
+    workerOptions.nWorkers = options.nWorkers > 0 ? options.nWorkers : DefaultWorkers();
+    workerOptions.callTimeout = std::chrono::seconds(options.nCallSeconds);
+    CPluginWorkers workers(workerOptions);
     CReportHttpServer::Options serverOptions;
     serverOptions.strListen = options.strListen;
     serverOptions.nPort = options.nPort;
     serverOptions.webDir = CUtility::UTF16toUTF8(CUtility::GetWebDir());
     serverOptions.reportDir = ReportDirectory(options);
     serverOptions.nThreads = options.nThreads;
-    CReportHttpServer server(manager.Get(), serverOptions);
+    serverOptions.nRequestSeconds = options.nRequestSeconds;
+    CReportHttpServer server(workers, serverOptions);
     server.Bind();
 
     // Signals are taken from here on: one that comes after the address is out stops the server cleanly.
+    // The workers start after, with the mask in place: the threads they bring along inherit it.
     CStopOnSignal stopper(server);
-    CStringArray plugins;
-    manager.Get().GetPlugins(plugins);
-    std::cout << "twhost serve: " << plugins.GetSize() << " plug-in module(s) from "
+    const int plugins = workers.Start(server.GetReportUrl(), server.GetReportDir());
+    std::cout << "twhost serve: " << plugins << " plug-in module(s) from "
               << CUtility::UTF16toUTF8(CUtility::GetPluginDir()) << ", reports in " << serverOptions.reportDir.string()
               << "\nOpen " << server.GetAddress() << " in a browser (Ctrl+C stops).\n"
               << std::flush;
-    if (!server.Run()) {
+    const bool served = server.Run();
+    // The requests are done: each worker now cleans up its plug-ins and ends.
+    workers.Stop();
+    if (!served) {
         std::cerr << "twhost serve: the server stopped with an error\n";
         return EXIT_FAILED;
     }
@@ -165,10 +145,31 @@ void RegisterServeCommand(CLI::App& app, CCommandContext& context) {
         ->capture_default_str();
     serve->add_option("--report-dir", options->strReportDir,
                       "Directory of the report files, made if missing (default: " + DefaultReportDirectory() + ")");
-    serve->add_option("--threads", options->nThreads, "Requests handled at once")
+    serve->add_option("--threads", options->nThreads, "Messages handled at once, each waiting for a worker")
         ->check(CLI::Range(1, 256))
+        ->capture_default_str();
+    serve->add_option("--workers", options->nWorkers,
+                      "Plug-in worker processes (default: one per core, " + std::to_string(DefaultWorkers()) + " here)")
+        ->check(CLI::Range(1, 256));
+    serve->add_option("--call-timeout", options->nCallSeconds,
+                      "Seconds a message may run in a worker before the worker is killed and replaced")
+        ->check(CLI::Range(1, 86400))
+        ->capture_default_str();
+    serve->add_option("--request-timeout", options->nRequestSeconds,
+                      "Seconds a client has to send a request's head and body")
+        ->check(CLI::Range(1, 3600))
         ->capture_default_str();
     serve->callback([&context, options] {
         context.m_action = [&context, options] { return Serve(context, *options); };
+    });
+
+    // The plug-in worker that serve starts; no command for people, so hidden (no group).
+    CLI::App* worker = app.add_subcommand("serve-worker", "A plug-in worker of twhost serve")->group("");
+    auto workerOptions = std::make_shared<PluginWorkerOptions>();
+    worker->add_option("--parent", workerOptions->parent)->required();
+    worker->add_option("--report-url", workerOptions->strReportUrl)->required();
+    worker->add_option("--report-dir", workerOptions->strReportDir)->required();
+    worker->callback([&context, workerOptions] {
+        context.m_action = [&context, workerOptions] { return RunPluginWorker(context, *workerOptions); };
     });
 }

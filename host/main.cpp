@@ -52,7 +52,9 @@ int main(int argc, char** argv) {
     try {
         if (!context.m_action) {
             std::string commands;
-            const std::vector<CLI::App*> subcommands = app.get_subcommands({});
+            // Hidden commands (no group) are for twhost itself.
+            const std::vector<CLI::App*> subcommands =
+                app.get_subcommands([](const CLI::App* command) { return !command->get_group().empty(); });
             for (std::size_t i = 0; i < subcommands.size(); ++i)
                 commands += (i == 0 ? "" : i + 1 == subcommands.size() ? " or " : ", ") + subcommands[i]->get_name();
             std::cerr << "twhost: a command is required: " << commands << " (twhost --help tells more)\n";

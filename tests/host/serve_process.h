@@ -3,6 +3,7 @@
 // that twhost prints; the destructor stops it with SIGTERM.
 #pragma once
 
+#include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
@@ -22,7 +23,8 @@ class CServeProcess {
 public:
     // Runs twhost with "serve --port 0" and the given arguments; throws
     // std::runtime_error with what twhost printed if no address comes within 20 s.
-    CServeProcess(const std::string& twhost, std::vector<std::string> arguments) {
+    // stderr goes to errFile if one is named.
+    CServeProcess(const std::string& twhost, std::vector<std::string> arguments, const std::string& errFile = "") {
         arguments.insert(arguments.begin(), {twhost, "serve", "--listen", "127.0.0.1", "--port", "0"});
         int out[2];
         if (::pipe(out) != 0)
@@ -31,6 +33,8 @@ public:
         posix_spawn_file_actions_init(&actions);
         posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
         posix_spawn_file_actions_addclose(&actions, out[0]);
+        if (!errFile.empty())
+            posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
         std::vector<char*> argv;
         for (std::string& argument : arguments)
             argv.push_back(argument.data());

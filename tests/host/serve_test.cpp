@@ -29,9 +29,10 @@ protected:
         WriteBytes(s_dir / "secret.html", "secret");
         fs::create_symlink(s_dir / "secret.html", s_dir / "reports" / "link.html");
         setenv("TW_FAULTY_CLEANUP_MARK", (s_dir / "cleanup.mark").c_str(), 1);
+        // One worker process: each process that loads the modules cleans them up once.
         s_host = std::make_unique<CServeProcess>(
             TWHOST_PATH, std::vector<std::string>{"--plugin-dir", (s_dir / "plugins").string(), "--report-dir",
-                                                  (s_dir / "reports").string()});
+                                                  (s_dir / "reports").string(), "--workers", "1"});
     }
     static void TearDownTestSuite() {
         s_host.reset();
