@@ -153,6 +153,23 @@ void JsonUtf8ToCString(benchmark::State& state, const std::string& name) {
     CountDocument(state, *bytes);
 }
 
+// What a reader of the integers must do at least, however fast it reads:
+// an array value keeps each element as a CVariable of its own, filed under
+// its decimal index in the array's two maps, and frees them all again. No
+// text is read. Set beside JsonParseNlohmann/integers, it bounds the ratio
+// any reader of this value model can reach.
+void JsonIntegerElementsAlone(benchmark::State& state) {
+    constexpr int kCount = 1000000;
+    Measure(state, [] {
+        CVariable value{CVariableArray()};
+        value.m_arrayValue.PreallocateHashTable(kCount);
+        for (int i = 0; i < kCount; ++i)
+            value.m_arrayValue.InsertElement(CString::Decimal(static_cast<unsigned int>(i)),
+                                             new CVariable(static_cast<int64_t>(i) * 7919 % 1000003));
+        benchmark::DoNotOptimize(value);
+    });
+}
+
 void JsonParseCJSON(benchmark::State& state, const std::string& name) {
     const std::string* bytes = DocumentOrSkip(state, name);
     if (bytes == nullptr)
@@ -383,6 +400,7 @@ TW_JSON_BENCHMARKS(JsonUtf8ToCString);
 TW_JSON_BENCHMARKS(JsonParseCJSON);
 TW_JSON_BENCHMARKS(JsonParseCJSONFromCString);
 TW_JSON_BENCHMARKS(JsonParseNlohmann);
+BENCHMARK(JsonIntegerElementsAlone)->Unit(benchmark::kMillisecond);
 TW_JSON_BENCHMARKS(JsonParseRapidJSON);
 TW_JSON_BENCHMARKS(JsonToJSONUtf8);
 TW_JSON_BENCHMARKS(JsonToJSON);
