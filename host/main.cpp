@@ -18,6 +18,20 @@
 #include "host/DialogCommand.h"
 #endif
 
+namespace {
+
+// "a, b or c" of the commands a user may give; hidden ones (no group) are for twhost itself.
+std::string CommandList(CLI::App& app) {
+    std::string commands;
+    const std::vector<CLI::App*> subcommands =
+        app.get_subcommands([](const CLI::App* command) { return !command->get_group().empty(); });
+    for (std::size_t i = 0; i < subcommands.size(); ++i)
+        commands += (i == 0 ? "" : i + 1 == subcommands.size() ? " or " : ", ") + subcommands[i]->get_name();
+    return commands;
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
     CLI::App app("Host of the network-management platform's plug-in modules (NAME.twp): lists them, calls "
                  "their functions and serves them over HTTP.",
@@ -34,6 +48,11 @@ int main(int argc, char** argv) {
     app.fallthrough();
     app.footer("Exit status: 0 success, 1 the function failed or gave no value, 2 bad command line or arguments,\n"
                "3 unknown function or plug-in, 4 arguments refused by the plug-in.");
+    app.set_version_flag("--version", "twhost " TW_VERSION);
+    // Every message of twhost starts with its name, CLI11's too.
+    app.failure_message([](const CLI::App*, const CLI::Error& e) {
+        return "twhost: " + std::string(e.what()) + "\nRun twhost --help for more information.\n";
+    });
 
     RegisterPluginCommands(app, context);
     RegisterCacheCommands(app, context);
@@ -45,19 +64,22 @@ int main(int argc, char** argv) {
 
     try {
         app.parse(argc, argv);
+    } catch (const CLI::ExtrasError& e) {
+        // A word where a command belongs is a command that doesn't exist.
+        const std::vector<std::string> extras = app.remaining();
+        if (app.get_subcommands().empty() && !extras.empty() && extras.front().rfind("-", 0) != 0) {
+            std::cerr << "twhost: unknown command '" << extras.front() << "'; the commands are "
+                      << CommandList(app) << " (twhost --help tells more)\n";
+            return EXIT_USAGE;
+        }
+        return app.exit(e) == 0 ? EXIT_OK : EXIT_USAGE;
     } catch (const CLI::ParseError& e) {
         // Help and version exit with 0; every other parse error is a usage error.
         return app.exit(e) == 0 ? EXIT_OK : EXIT_USAGE;
     }
     try {
         if (!context.m_action) {
-            std::string commands;
-            // Hidden commands (no group) are for twhost itself.
-            const std::vector<CLI::App*> subcommands =
-                app.get_subcommands([](const CLI::App* command) { return !command->get_group().empty(); });
-            for (std::size_t i = 0; i < subcommands.size(); ++i)
-                commands += (i == 0 ? "" : i + 1 == subcommands.size() ? " or " : ", ") + subcommands[i]->get_name();
-            std::cerr << "twhost: a command is required: " << commands << " (twhost --help tells more)\n";
+            std::cerr << "twhost: a command is required: " << CommandList(app) << " (twhost --help tells more)\n";
             return EXIT_USAGE;
         }
         return context.m_action();
