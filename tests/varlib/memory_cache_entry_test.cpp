@@ -113,7 +113,9 @@ TEST(MemoryCacheEntry, ReadsTheIndexAsTheXmlGivesIt) {
         {"a later pair of one text wins",
          R"(<ENTRIES HashTableSize="2"><ENTRY Value="a" Index="1"/><ENTRY Value="a" Index="2"/></ENTRIES>)",
          nullptr, {{"a", "2"}}, 2},
-        {"a size beyond the children present is cut to them",
+        {"a size beyond the children present stands",
+         R"(<ENTRIES HashTableSize="50"><ENTRY Value="a" Index="1"/></ENTRIES>)", nullptr, {{"a", "1"}}, 50},
+        {"an absurd size is cut to the children present",
          R"(<ENTRIES HashTableSize="2000000000"><ENTRY Value="a" Index="1"/></ENTRIES>)", nullptr, {{"a", "1"}}, 1},
         {"a negative or unreadable size is ignored",
          R"(<ENTRIES HashTableSize="-5"><ENTRY Value="a" Index="1"/></ENTRIES>)"

@@ -16,6 +16,9 @@ namespace {
 // Strings made once, like the tags above: a CString made from a literal at
 // each call allocates, and an entry writes two names a pair.
 const CString kHashTableSizeAttr(u"HashTableSize");
+// A bucket count read from a file is trusted up to this (half a megabyte of
+// bucket heads) even where the file holds fewer pairs.
+constexpr long kTrustedBuckets = 65536;
 const CString kValueAttr(u"Value");
 const CString kIndexAttr(u"Index");
 }  // namespace
@@ -77,14 +80,16 @@ void CMemoryCacheEntry::FromXml(CXML& node) {
             delete m_pVariable;
             m_pVariable = pValue.release();
         } else if (child.HasTagName(ENTRIES_TAG_NAME)) {
-            // HashTableSize is the writer's count of pairs. It is taken as the
-            // bucket count up to the number of ENTRY children really present,
-            // so that a damaged figure cannot claim gigabytes of buckets; 0 or
-            // a negative figure leaves the bucket count as it is.
+            // HashTableSize is the writer's count of pairs, taken as the bucket
+            // count as it stands. A file written here has one ENTRY per pair,
+            // so a figure above both the ENTRY children and kTrustedBuckets is
+            // damage (a bucket table of gigabytes for a few bytes of text):
+            // the count of children is taken then. 0 or a negative figure
+            // leaves the bucket count as it is.
             const int nHashTableSize = child.GetAttrInt(kHashTableSizeAttr, 0);
             if (nHashTableSize > 0) {
                 const long nChildren = child.GetChildCount();
-                const long nBuckets = std::min<long>(nHashTableSize, nChildren);
+                const long nBuckets = nHashTableSize <= std::max<long>(nChildren, kTrustedBuckets) ? nHashTableSize : nChildren;
                 if (nBuckets > 0)
                     InitHashTable(static_cast<unsigned int>(nBuckets));
             }
