@@ -96,7 +96,8 @@ int PrintOutcome(const CCapturedResponse& server, const std::string& strDirector
     const CXML answer = response.GetBody();
     if (answer.GetAttrInt(CTWMQMessageRegistry::ATTR_STATUS, 1) == 0) {
         const std::string url = Utf8(answer.GetAttr(CTWMQMessageRegistry::ATTR_URL, CString()));
-        std::cout << strDirectory << '/' << url.substr(url.rfind('/') + 1) << '\n';
+        // One "/" between, also after a directory given with a trailing one.
+        std::cout << (std::filesystem::path(strDirectory) / url.substr(url.rfind('/') + 1)).string() << '\n';
         return EXIT_OK;
     }
     const CString reason = answer.GetAttr(CReportManager::REASON_ATTR, CString());

@@ -114,7 +114,7 @@ TEST(Twhost, RunsReportsAndCleansThemUp) {
     const fs::path web = Dir() / "web";
     fs::create_directory(web);
     const std::string utf8 = "Gr\xC3\xBC\xC3\x9F" "e";
-    const HostRun made = RunHost({"report", "--report-dir", web.string(), "tables.twp", "TableReport",
+    const HostRun made = RunHost({"report", "--report-dir", web.string() + "/", "tables.twp", "TableReport",
                                   "[[{\"a\": \"" + utf8 + "\"}], \"T\"]"});
     ASSERT_EQ(made.status, 0) << Describe(made);
     ASSERT_EQ(made.out.rfind(web.string() + "/Report_", 0), 0u) << Describe(made);

@@ -40,8 +40,21 @@ const CString CReportManager::INVOKE_FAILED_REASON(u"Function invocation failed"
 namespace {
 
 constexpr const char16_t* kReportNameFormat = u"Report_%d-%d-%d_%d-%d-%d.html";   // day-month-year_h-m-s, unpadded
-constexpr const char16_t* kReportPattern = u"%s/Report_*.html";
+constexpr const char16_t* kReportPattern = u"Report_*.html";
 constexpr unsigned int kCreateFlags = CFile::modeCreate | CFile::modeWrite;   // 0x1001: create or empty, write only
+
+// directory/name with one "/" between, however many the directory ends in
+// (the root stays "/").
+CString InDirectory(const CString& directory, const CString& name) {
+    std::u16string_view dir = directory.View();
+    while (dir.size() > 1 && dir.back() == u'/')
+        dir.remove_suffix(1);
+    std::u16string path(dir);
+    if (path.empty() || path.back() != u'/')
+        path += u'/';
+    path += name.View();
+    return CString(path);
+}
 
 // A temporary file in the report directory, named after this process and a
 // counter, so that no two writers in any process share one; removed unless
@@ -52,8 +65,9 @@ class CReportTempFile {
 public:
     explicit CReportTempFile(const CString& directory) {
         static std::atomic<unsigned long> counter{0};
-        m_strPath.Format(u"%s/.Report_%d_%u.tmp", directory, static_cast<int>(::getpid()),
-                         static_cast<unsigned int>(counter.fetch_add(1)));
+        CString name;
+        name.Format(u".Report_%d_%u.tmp", static_cast<int>(::getpid()), static_cast<unsigned int>(counter.fetch_add(1)));
+        m_strPath = InDirectory(directory, name);
     }
     ~CReportTempFile() {
         m_file.Close();
@@ -196,8 +210,7 @@ int CReportManager::ProcessExecuteReport(CMessage& message, const CString& clien
     const std::string contents = CUtility::UTF16toUTF8(result.m_strValue);
 
     const CString name = ReportFileName();
-    CString path;
-    path.Format(u"%s/%s", m_strReportDirectory, name);
+    const CString path = InDirectory(m_strReportDirectory, name);
     CReportTempFile file(m_strReportDirectory);
     if (!file.Open()) {
         return SendFailure(FILE_OPEN_ERROR_REASON, client, clientData);
@@ -239,8 +252,7 @@ int CReportManager::Send(CMessage& response, const CString& client, unsigned int
 
 // Every match goes, the last one too: the deletion comes before the test for more.
 void CReportManager::DeleteOldReports() const {
-    CString pattern;
-    pattern.Format(kReportPattern, m_strReportDirectory);
+    const CString pattern = InDirectory(m_strReportDirectory, kReportPattern);
     CFileFind finder;
     if (!finder.FindFile(pattern)) {
         return;
