@@ -8,4 +8,5 @@ enum EExitCode : int {
     EXIT_USAGE = 2,              // bad command line or unreadable JSON arguments
     EXIT_UNKNOWN_FUNCTION = 3,   // no loaded plug-in offers the function, or no such plug-in is loaded
     EXIT_REJECTED = 4,           // the plug-in refused the arguments
+    EXIT_PLUGIN_FAILED = 5,      // twhost plugins: a module failed to load (the listing says why)
 };

@@ -14,6 +14,7 @@
 #include "corelib/framework/StringArray.h"
 #include "host/ArgumentReader.h"
 #include "host/ExitCode.h"
+#include "host/LoadFailure.h"
 #include "host/LoadedPlugins.h"
 #include "host/ResultPrinter.h"
 #include "host/SignatureText.h"
@@ -59,16 +60,21 @@ DeclaredForms FindDeclaredForms(const CPluginRegistry& registry, const CString& 
 int PrintPluginsXml(const CPluginRegistry& registry) {
     // The tree of the platform's plug-in listing, with each module's status added.
     CXML root(u"PLUGINS");
+    bool bFailed = false;
     for (const CString& name : SortedPluginNames(registry)) {
         CXML plugin(u"PLUGIN");
         plugin.SetAttr(CTWMQMessageRegistry::ATTR_NAME, name);
         plugin.SetAttr(u"Status", registry.GetPluginStatus(name));
+        const std::string reason = LoadFailureReason(registry, name);
+        if (!reason.empty())
+            plugin.SetAttr(u"Reason", CUtility::UTF8toUTF16(reason));
+        bFailed = bFailed || !reason.empty();
         plugin.AddChild(registry.GetPluginModuleMetaInfo(name).ToXml());
         root.AddChild(plugin);
     }
     std::cout << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n" << Utf8(root.ToString(CXML::FORMAT_INDENT));
     std::cout << '\n';
-    return EXIT_OK;
+    return bFailed ? EXIT_PLUGIN_FAILED : EXIT_OK;
 }
 
 int PrintPlugins(const CLoadedPlugins& plugins) {
@@ -79,8 +85,12 @@ int PrintPlugins(const CLoadedPlugins& plugins) {
         std::cout << "No plug-in modules (*.twp) found there.\n";
         return EXIT_OK;
     }
+    bool bFailed = false;
     for (const CString& name : names) {
-        std::cout << '\n' << Utf8(name) << ": " << Utf8(registry.GetPluginStatus(name)) << '\n';
+        const std::string reason = LoadFailureReason(registry, name);
+        bFailed = bFailed || !reason.empty();
+        std::cout << '\n' << Utf8(name) << ": " << Utf8(registry.GetPluginStatus(name)) << (reason.empty() ? "" : ": ")
+                  << reason << '\n';
         const CModuleMetaInfo info = registry.GetPluginModuleMetaInfo(name);
         if (info.GetName().IsEmpty() && info.GetFunctionsMetaInfo().GetCount() == 0)
             continue;   // a module that failed to load has nothing more to say
@@ -104,7 +114,7 @@ int PrintPlugins(const CLoadedPlugins& plugins) {
             }
         }
     }
-    return EXIT_OK;
+    return bFailed ? EXIT_PLUGIN_FAILED : EXIT_OK;
 }
 
 struct CallOptions {

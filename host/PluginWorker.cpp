@@ -13,6 +13,7 @@
 #include "corelib/Utility.h"
 #include "corelib/framework/StringArray.h"
 #include "host/ExitCode.h"
+#include "host/LoadFailure.h"
 #include "host/LoadedPlugins.h"
 #include "host/WorkerChannel.h"
 #include "varlib/reports/ReportManager.h"
@@ -81,11 +82,16 @@ public:
     }
 
 private:
-    // Each plug-in's load status in the listing, as 'twhost plugins --xml' gives it.
+    // Each plug-in's load status in the listing, and why one failed, as 'twhost plugins --xml' gives them.
     void AddPluginStatus(CMessage& response) const {
         CXML plugins = response.GetBody();
-        for (CXML plugin = plugins.GetFirstChild(); plugin.IsValid(); plugin = plugins.GetNextChild())
-            plugin.SetAttr(u"Status", m_manager.GetPluginStatus(plugin.GetAttr(CTWMQMessageRegistry::ATTR_NAME, u"")));
+        for (CXML plugin = plugins.GetFirstChild(); plugin.IsValid(); plugin = plugins.GetNextChild()) {
+            const CString name = plugin.GetAttr(CTWMQMessageRegistry::ATTR_NAME, u"");
+            plugin.SetAttr(u"Status", m_manager.GetPluginStatus(name));
+            const std::string reason = LoadFailureReason(m_manager, name);
+            if (!reason.empty())
+                plugin.SetAttr(u"Reason", CUtility::UTF8toUTF16(reason));
+        }
     }
 
     int m_fd;
@@ -144,7 +150,13 @@ int RunPluginWorker(const CCommandContext& context, const PluginWorkerOptions& o
     reports.SetMessageServer(&server);
     CStringArray plugins;
     reports.GetPlugins(plugins);
-    bool going = WriteMessage(fd, Notice(READY, -1, "", static_cast<int>(plugins.GetSize()))) == Result::Ok;
+    std::string failures;
+    for (intptr_t i = 0; i < plugins.GetSize(); ++i) {
+        const std::string reason = LoadFailureReason(reports, plugins[i]);
+        if (!reason.empty())
+            failures += (failures.empty() ? "" : "; ") + CUtility::UTF16toUTF8(plugins[i]) + ": " + reason;
+    }
+    bool going = WriteMessage(fd, Notice(READY, -1, failures, static_cast<int>(plugins.GetSize()))) == Result::Ok;
     while (going) {
         std::string text;
         if (ReadFrame(fd, text) != Result::Ok)

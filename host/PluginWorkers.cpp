@@ -161,14 +161,14 @@ void CPluginWorkers::Wake() const {
     [[maybe_unused]] const ssize_t written = ::write(m_nWakeFd, &one, sizeof one);
 }
 
-int CPluginWorkers::Start(const std::string& reportUrl, const std::string& reportDir) {
+CPluginWorkers::Loaded CPluginWorkers::Start(const std::string& reportUrl, const std::string& reportDir) {
     m_strReportUrl = reportUrl;
     m_strReportDir = reportDir;
     std::string failure;
     for (Worker& worker : m_workers)
         if (failure.empty())
             failure = Spawn(worker);
-    int plugins = 0;
+    Loaded loaded;
     const auto deadline = Clock::now() + LoadTime(m_options.callTimeout);
     for (Worker& worker : m_workers) {
         if (!failure.empty() || worker.state != State::Starting)
@@ -177,7 +177,8 @@ int CPluginWorkers::Start(const std::string& reportUrl, const std::string& repor
         const WorkerChannel::Result read = WorkerChannel::ReadMessage(worker.fd, ready, deadline);
         if (read == WorkerChannel::Result::Ok && ready.GetType() == WorkerChannel::READY) {
             worker.state = State::Idle;
-            plugins = ready.GetBody().GetAttrInt(WorkerChannel::PLUGINS_ATTR, 0);
+            loaded.nPlugins = ready.GetBody().GetAttrInt(WorkerChannel::PLUGINS_ATTR, 0);
+            loaded.strFailures = CUtility::UTF16toUTF8(ready.GetBody().GetAttr(WorkerChannel::REASON_ATTR, u""));
         } else if (read == WorkerChannel::Result::Ok && ready.GetType() == WorkerChannel::FAILED) {
             failure = CUtility::UTF16toUTF8(ready.GetBody().GetAttr(WorkerChannel::REASON_ATTR, u""));
         } else if (read == WorkerChannel::Result::TimedOut) {
@@ -194,7 +195,7 @@ int CPluginWorkers::Start(const std::string& reportUrl, const std::string& repor
     }
     // Replacements start on this thread; it lives until the workers are reaped.
     m_supervisor = std::thread([this] { Supervise(); });
-    return plugins;
+    return loaded;
 }
 
 CPluginWorkers::Answer CPluginWorkers::Call(const CMessage& message) {

@@ -48,11 +48,16 @@ public:
     CPluginWorkers(const CPluginWorkers&) = delete;
     CPluginWorkers& operator=(const CPluginWorkers&) = delete;
 
+    // What the workers found in the plug-in directory.
+    struct Loaded {
+        int nPlugins = 0;           // modules, loaded or not
+        std::string strFailures;    // "NAME: reason" of each module that failed to load, "; " between
+    };
     // Starts the workers, which give reportUrl and reportDir to their report
-    // managers, and waits until each has loaded the plug-ins; the number of
-    // modules. Throws std::runtime_error with the error of a worker that failed
-    // to load (the others stopped).
-    int Start(const std::string& reportUrl, const std::string& reportDir);
+    // managers, and waits until each has loaded the plug-ins. Throws
+    // std::runtime_error with the error of a worker that failed to load (the
+    // others stopped).
+    Loaded Start(const std::string& reportUrl, const std::string& reportDir);
     // Runs message on an idle worker (waiting up to the call timeout for one).
     Answer Call(const CMessage& message);
     // Waits for the calls under way, closes the workers' channels so that each

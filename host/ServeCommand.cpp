@@ -117,10 +117,12 @@ int Serve(const CCommandContext& context, const ServeOptions& options) {
     // Signals are taken from here on: one that comes after the address is out stops the server cleanly.
     // The workers start after, with the mask in place: the threads they bring along inherit it.
     CStopOnSignal stopper(server);
-    const int plugins = workers.Start(server.GetReportUrl(), server.GetReportDir());
-    std::cout << "twhost serve: " << plugins << " plug-in module(s) from "
-              << CUtility::UTF16toUTF8(CUtility::GetPluginDir()) << ", reports in " << serverOptions.reportDir.string()
-              << "\nOpen " << server.GetAddress() << " in a browser (Ctrl+C stops).\n"
+    const CPluginWorkers::Loaded loaded = workers.Start(server.GetReportUrl(), server.GetReportDir());
+    std::cout << "twhost serve: " << loaded.nPlugins << " plug-in module(s) from "
+              << CUtility::UTF16toUTF8(CUtility::GetPluginDir()) << ", reports in " << serverOptions.reportDir.string();
+    if (!loaded.strFailures.empty())
+        std::cout << "\ntwhost serve: failed to load: " << loaded.strFailures;
+    std::cout << "\nOpen " << server.GetAddress() << " in a browser (Ctrl+C stops).\n"
               << std::flush;
     const bool served = server.Run();
     // The requests are done: each worker now cleans up its plug-ins and ends.

@@ -182,6 +182,7 @@ function readPlugins(body) {
     return {
       file: plugin.getAttribute('Name') || '',
       status: plugin.getAttribute('Status') || '',
+      reason: plugin.getAttribute('Reason') || '',
       module: info ? info.getAttribute('Name') || '' : '',
       version: info ? info.getAttribute('Version') || '' : '',
       description: info ? info.getAttribute('Description') || '' : '',
@@ -250,6 +251,8 @@ function renderPlugin(plugin) {
   const badge = card.querySelector('.status');
   badge.textContent = plugin.status || 'unknown';
   badge.classList.add(plugin.status === 'loaded' ? 'ok' : 'bad');
+  // Why a module failed to load, as the host found it.
+  if (plugin.reason) card.querySelector('.plugin-head').after(element('p', { class: 'reason', text: plugin.reason }));
   card.querySelector('.module').textContent = plugin.module || '—';
   card.querySelector('.version').textContent = plugin.version || '—';
   card.querySelector('.description').textContent = plugin.description;

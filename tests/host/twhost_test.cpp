@@ -12,12 +12,14 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// The plug-in directory of this test process: the plug-ins and a file that is no library.
+// The plug-in directory of this test process: the plug-ins, a file that is no
+// library and a library without entry points.
 const fs::path& Dir() {
     static const TempDir dir;
     static const fs::path path = [] {
         CopyPlugins(dir.Path());
         WriteBytes(dir.File("broken.twp"), "not a shared object");
+        fs::copy_file(TW_BARE_MODULE_PATH, dir.File("bare.twp"));
         return fs::path(dir.Path());
     }();
     return path;
@@ -33,8 +35,9 @@ HostRun RunHost(std::vector<std::string> arguments) {
 }  // namespace
 
 TEST(Twhost, ListsThePluginsSortedAsTextAndXml) {
-    RunCases({{{"plugins"}, 0,
-               "broken.twp: failed to load\n\nfaulty.twp: loaded\n...\nnetinfo.twp: loaded\n  Module:      netinfo\n"
+    RunCases({{{"plugins"}, 5,
+               "bare.twp: failed to load: no entry point GetMetaInfo, ExecuteFunction, ValidateArguments, PlgCleanUp\n\n"
+               "broken.twp: failed to load: ...broken.twp: file too short\n\nfaulty.twp: loaded\n...\nnetinfo.twp: loaded\n  Module:      netinfo\n"
                "  Version:     1.0.0\n...    InterfaceList() -> ARRAY\n        Every network interface of this host\n"
                "    InterfaceList(STRING pattern) -> ARRAY\n        The interfaces whose name matches the pattern\n"
                "    InterfaceReport() -> STRING\n...\ntables.twp: loaded\n...    TableReport(ARRAY rows, STRING title, "
@@ -42,16 +45,18 @@ TEST(Twhost, ListsThePluginsSortedAsTextAndXml) {
                ""}},
              {}, RunHost);
     const HostRun xml = RunHost({"plugins", "--xml"});
-    ASSERT_EQ(xml.status, 0) << Describe(xml);
+    ASSERT_EQ(xml.status, 5) << Describe(xml);
     CXML root(CUtility::UTF8toUTF16(xml.out), CString(u"PLUGINS"));
     ASSERT_TRUE(root.IsValid()) << xml.out;
     std::vector<std::string> plugins;
     for (CXML plugin = root.GetFirstChild(); plugin.IsValid(); plugin = root.GetNextChild()) {
         const CXML functions = plugin.GetChild(u"ModuleMetaInfo").GetChild(u"FUNCTIONS");
         plugins.push_back(plugin.GetAttr(u"Name", u"").ToUtf8() + " " + plugin.GetAttr(u"Status", u"").ToUtf8() +
-                          " " + std::to_string(functions.IsValid() ? functions.GetChildCount() : 0));
+                          " " + std::to_string(functions.IsValid() ? functions.GetChildCount() : 0) +
+                          (plugin.GetAttr(u"Reason", u"").IsEmpty() ? "" : " (why)"));
     }
-    EXPECT_EQ(plugins, (std::vector<std::string>{"broken.twp failed to load 0", "faulty.twp loaded 6",
+    EXPECT_EQ(plugins, (std::vector<std::string>{"bare.twp failed to load 0 (why)", "broken.twp failed to load 0 (why)",
+                                                 "faulty.twp loaded 6",
                                                  "netinfo.twp loaded 2", "tables.twp loaded 2"}));
 }
 
