@@ -3,6 +3,7 @@
 // serves them over HTTP.
 #include <iostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -19,6 +20,31 @@
 #endif
 
 namespace {
+
+// What each command's exit statuses mean.
+constexpr std::pair<const char*, const char*> kExitStatuses[] = {
+    {"plugins", "0 every module loaded, 1 loading stopped (a module threw), 2 bad command line,\n"
+                "5 a module failed to load (the listing says why)."},
+    {"call", "0 success, 1 the function failed or gave no value, 2 bad command line or arguments,\n"
+             "3 no plug-in offers the function, 4 arguments refused by the plug-in."},
+    {"report", "0 the report is written and its path printed, 1 the function failed or gave no text,\n"
+               "or the file could not be written, 2 bad command line or arguments, 3 no such plug-in,\n"
+               "4 arguments refused by the plug-in."},
+    {"reports", "0 success, 1 a report file could not be deleted, 2 bad command line."},
+    {"cache", "0 success, 1 the file could not be read or written, or the key or text is not there,\n"
+              "2 bad command line or JSON."},
+    {"serve", "0 stopped by SIGINT or SIGTERM, 1 the server could not start (the address is taken, the\n"
+              "plug-ins failed to load) or failed, 2 bad command line. SIGINT and SIGTERM stop it at once:\n"
+              "new clients are refused, and a message under way has up to --call-timeout to finish."},
+    {"dialog", "0 the dialog was closed, 1 it could not be shown, 2 bad command line."},
+};
+
+CLI::App* FindCommand(CLI::App& app, const std::string& name) {
+    for (CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; }))
+        if (command->get_name() == name)
+            return command;
+    return nullptr;
+}
 
 // "a, b or c" of the commands a user may give; hidden ones (no group) are for twhost itself.
 std::string CommandList(CLI::App& app) {
@@ -46,8 +72,6 @@ int main(int argc, char** argv) {
     app.require_subcommand(0, 1);
     // Options of twhost may also follow the subcommand: "twhost plugins --plugin-dir DIR".
     app.fallthrough();
-    app.footer("Exit status: 0 success, 1 the function failed or gave no value, 2 bad command line or arguments,\n"
-               "3 unknown function or plug-in, 4 arguments refused by the plug-in.");
     app.set_version_flag("--version", "twhost " TW_VERSION);
     // Every message of twhost starts with its name, CLI11's too.
     app.failure_message([](const CLI::App*, const CLI::Error& e) {
@@ -61,6 +85,12 @@ int main(int argc, char** argv) {
 #ifdef TW_HAVE_WIDGETS
     RegisterDialogCommand(app, context);
 #endif
+    // Each command states the exit statuses it gives; set after the commands
+    // are made, so that they don't take the program's own.
+    app.footer("Exit status: 0 success, 1 failure, 2 bad command line; the --help of each command lists its own.");
+    for (const auto& [command, statuses] : kExitStatuses)
+        if (CLI::App* subcommand = FindCommand(app, command))
+            subcommand->footer(std::string("Exit status: ") + statuses);
 
     try {
         app.parse(argc, argv);
