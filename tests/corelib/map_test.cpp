@@ -25,16 +25,27 @@ CString Key(int i) {
     return s;
 }
 
-// An independent model of the walk: buckets ascending by hash modulo the
-// bucket count, newest insertion first within a bucket.
+// A model of the walk: buckets ascending by hash modulo the bucket count,
+// newest insertion first within a bucket; InitHashTable re-chains in the order
+// of the old walk.
 template <class K>
-std::vector<K> ModelWalk(const std::vector<K>& insertionOrder, unsigned int buckets) {
-    std::vector<std::vector<K>> table(buckets);
-    for (const K& k : insertionOrder) table[tw::detail::HashOf(k) % buckets].insert(table[tw::detail::HashOf(k) % buckets].begin(), k);
-    std::vector<K> order;
-    for (const auto& chain : table) order.insert(order.end(), chain.begin(), chain.end());
-    return order;
-}
+struct ChainModel {
+    std::vector<std::vector<K>> buckets;
+    std::vector<K>& Chain(const K& k) { return buckets[tw::detail::HashOf(k) % buckets.size()]; }
+    void Add(const K& k) {
+        if (std::find(Chain(k).begin(), Chain(k).end(), k) == Chain(k).end()) Chain(k).insert(Chain(k).begin(), k);
+    }
+    std::vector<K> Walk() const {
+        std::vector<K> order;
+        for (const auto& chain : buckets) order.insert(order.end(), chain.begin(), chain.end());
+        return order;
+    }
+    void Rehash(unsigned int n) {
+        const std::vector<K> order = Walk();
+        buckets.assign(n, {});
+        for (const K& k : order) Chain(k).push_back(k);
+    }
+};
 
 template <class Map, class K = std::remove_cvref_t<decltype(std::declval<Map>().PGetFirstAssoc()->key)>>
 std::vector<K> Walk(const Map& map) {
@@ -68,13 +79,13 @@ TEST(MapWalk, OrderFollowsBucketsNewestFirst) {
         SCOPED_TRACE(buckets);
         TextMap map;
         if (buckets != 17) map.InitHashTable(buckets);
-        std::vector<CString> inserted;
+        ChainModel<CString> model{std::vector<std::vector<CString>>(buckets)};
         for (int i = 0; i < 300; ++i) {
             map[Key(i)] = Key(i * 2);
-            inserted.push_back(Key(i));
+            model.Add(Key(i));
         }
         EXPECT_EQ(map.GetHashTableSize(), buckets);
-        const std::vector<CString> order = ModelWalk(inserted, buckets);
+        const std::vector<CString> order = model.Walk();
         EXPECT_EQ(Walk(map), order);
         std::vector<CString> viaPairs;   // PGetFirstAssoc / PGetNextAssoc and GetAt follow the walk
         for (const auto* p = map.PGetFirstAssoc(); p; p = map.PGetNextAssoc(p)) viaPairs.push_back(p->key);
@@ -83,12 +94,12 @@ TEST(MapWalk, OrderFollowsBucketsNewestFirst) {
         for (const int outside : {-1, 300}) EXPECT_THROW(map.GetAt(outside), CInvalidArgException);
     }
     OrdinalMap ordinals;
-    std::vector<int> inserted;
+    ChainModel<int> model{std::vector<std::vector<int>>(17)};
     for (int i = 0; i < 100; ++i) {
         ordinals[i * 7 - 50] = Key(i);
-        inserted.push_back(i * 7 - 50);
+        model.Add(i * 7 - 50);
     }
-    EXPECT_EQ(Walk(ordinals), ModelWalk(inserted, 17));
+    EXPECT_EQ(Walk(ordinals), model.Walk());
 
     // Two keys of one bucket, inserted both ways round, walk in two orders.
     CString a = Key(0), b;
@@ -100,33 +111,6 @@ TEST(MapWalk, OrderFollowsBucketsNewestFirst) {
     first[b] = second[a] = u"2";
     EXPECT_EQ(Walk(first), (std::vector<CString>{b, a}));
     EXPECT_EQ(Walk(second), (std::vector<CString>{a, b}));
-}
-
-TEST(MapOperations, AgreeWithStdMapUnderRandomChurn) {
-    OrdinalMap map(3);  // a small block size exercises the free list across blocks
-    std::map<int, CString> model;
-    std::mt19937 random(12345);
-    for (int step = 0; step < 20000; ++step) {
-        const int key = static_cast<int>(random() % 600) - 300;
-        const int op = static_cast<int>(random() % 3);
-        if (op == 0) {
-            map.SetAt(key, Key(step));
-            model[key] = Key(step);
-        } else if (op == 1) {
-            EXPECT_EQ(map.RemoveKey(key), model.erase(key) ? 1 : 0);
-        } else {
-            CString value;
-            const auto it = model.find(key);
-            ASSERT_EQ(map.Lookup(key, value), it != model.end() ? 1 : 0);
-            ASSERT_EQ(value, it != model.end() ? it->second : CString());
-        }
-        ASSERT_EQ(map.GetCount(), static_cast<intptr_t>(model.size()));
-    }
-    for (const auto& [key, value] : model) {
-        const auto* pair = map.PLookup(key);
-        ASSERT_NE(pair, nullptr);
-        EXPECT_EQ(pair->value, value);
-    }
 }
 
 TEST(MapOperations, DefaultsAndRemovingTheLastPair) {
@@ -175,29 +159,13 @@ TEST(MapEx, CopyTakesBucketCountAndSharesPointers) {
     EXPECT_EQ(table[name].GetSize() * 10 + copy[name].GetSize(), 12);
 }
 
-// A model of the walk: one vector per bucket, newest first; InitHashTable
-// re-chains in the order of the old walk.
-template <class K>
-struct ChainModel {
-    std::vector<std::vector<K>> buckets;
-    std::vector<K>& Chain(const K& k) { return buckets[tw::detail::HashOf(k) % buckets.size()]; }
-    std::vector<K> Walk() const {
-        std::vector<K> order;
-        for (const auto& chain : buckets) order.insert(order.end(), chain.begin(), chain.end());
-        return order;
-    }
-    void Rehash(unsigned int n) {
-        const std::vector<K> order = Walk();
-        buckets.assign(n, {});
-        for (const K& k : order) Chain(k).push_back(k);
-    }
-};
-
-// Random insertions, removals, InitHashTable and RemoveAll across the sizes
-// where a map changes its inner form: the walk matches the model after every
-// step, and no pair moves while it is held.
-template <class Map, class MakeKey>
-void CheckAgainstChainModel(MakeKey makeKey) {
+// Random SetAt, RemoveKey, Lookup, InitHashTable and RemoveAll across the
+// sizes where a map changes its inner form, with a small block size so that the
+// free list spans blocks: the walk matches the model after every step, every
+// result and value agrees with it, and no pair moves while it is held.
+template <class Map, class MakeKey, class MakeValue>
+void CheckAgainstChainModel(MakeKey makeKey, MakeValue makeValue) {
+    using V = decltype(makeValue(0));
     std::mt19937 random(99);
     for (const unsigned int buckets : {1u, 3u, 17u, 64u})
         for (const int keys : {6, 12, 40, 300}) {
@@ -205,19 +173,17 @@ void CheckAgainstChainModel(MakeKey makeKey) {
             Map map(3);
             map.InitHashTable(buckets);
             ChainModel<decltype(makeKey(0))> model{std::vector<std::vector<decltype(makeKey(0))>>(buckets)};
-            std::map<int, const typename Map::CPair*> held;
+            std::map<int, std::pair<const typename Map::CPair*, V>> held;   // key number -> its pair and value
             for (int step = 0; step < 700; ++step) {
                 const int n = static_cast<int>(random() % keys), op = static_cast<int>(random() % 100);
                 const auto key = makeKey(n);
-                auto& chain = model.Chain(key);
                 if (op < 55) {
-                    map[key];
-                    if (std::find(chain.begin(), chain.end(), key) == chain.end()) chain.insert(chain.begin(), key);
-                    held.emplace(n, map.PLookup(key));
+                    map.SetAt(key, makeValue(step));
+                    model.Add(key);
+                    held.try_emplace(n, map.PLookup(key), V{}).first->second.second = makeValue(step);
                 } else if (op < 95) {
-                    map.RemoveKey(key);
-                    chain.erase(std::remove(chain.begin(), chain.end(), key), chain.end());
-                    held.erase(n);
+                    ASSERT_EQ(map.RemoveKey(key), held.erase(n) ? 1 : 0) << "step " << step;
+                    std::erase(model.Chain(key), key);
                 } else if (op < 99) {
                     const unsigned int sizes[] = {1, 2, 5, 17, 31, 97};
                     map.InitHashTable(sizes[random() % 6]);
@@ -230,7 +196,13 @@ void CheckAgainstChainModel(MakeKey makeKey) {
                 }
                 ASSERT_EQ(Walk(map), model.Walk()) << "step " << step;
                 ASSERT_EQ(map.GetCount(), static_cast<intptr_t>(held.size()));
-                for (const auto& [k, pair] : held) ASSERT_EQ(map.PLookup(makeKey(k)), pair) << k;
+                for (const auto& [k, pair] : held) {
+                    ASSERT_EQ(map.PLookup(makeKey(k)), pair.first) << k;
+                    ASSERT_EQ(pair.first->value, pair.second) << k;
+                }
+                V value{};
+                ASSERT_EQ(map.Lookup(key, value), held.count(n) ? 1 : 0) << "step " << step;
+                ASSERT_EQ(value, held.count(n) ? held[n].second : V{}) << "step " << step;
             }
         }
 }
@@ -297,8 +269,8 @@ TEST(MapOperations, DirectIndexAndWhatEndsIt) {
 }
 
 TEST(MapWalk, MatchesChainModelUnderChurn) {
-    CheckAgainstChainModel<CMap<int, int, CString, const char16_t*>>([](int n) { return n * 5 - 40; });
-    CheckAgainstChainModel<CMap<CString, const char16_t*, int, int>>([](int n) { return Key(n); });
+    CheckAgainstChainModel<CMap<int, int, CString, const char16_t*>>([](int n) { return n * 5 - 40; }, Key);
+    CheckAgainstChainModel<CMap<CString, const char16_t*, int, int>>(Key, [](int step) { return step; });
 }
 
 TEST(MapMemory, NothingWhileEmptyOneAllocationForTwoPairs) {

@@ -171,36 +171,35 @@ TEST(StringSharing, CopyOnWrite) {
     const struct {
         const char* what;
         std::function<void(CString&)> change;
-        std::u16string copy, self;  // the copy after the change; the change with s as its argument
+        std::u16string after;   // the copy after the change, and so a string that is its own argument
     } rows[] = {
-        {"+= string", [](CString& s) { s += CString(s); }, kText + kText, kText + kText},
-        {"+= text", [](CString& s) { s += Text(s) + 8; }, kText + u"text. ", kText + u"text. "},
-        {"+= char", [](CString& s) { s += u'!'; }, kText + u"!", kText + u"!"},
-        {"= text", [](CString& s) { s = Text(s) + 1; }, u"Mixed, text. ", u"Mixed, text. "},
-        {"= char", [](CString& s) { s = u'c'; }, u"c", u"c"},
-        {"Replace text", [](CString& s) { s.Replace(Text(s) + 8, Text(s) + 1); }, u" Mixed, Mixed, text. ",
-         u" Mixed, Mixed, text. "},
-        {"Replace char", [](CString& s) { s.Replace(u'x', u'y'); }, u" Miyed, teyt. ", u" Miyed, teyt. "},
-        {"Remove", [](CString& s) { s.Remove(u' '); }, u"Mixed,text.", u"Mixed,text."},
-        {"Insert text", [](CString& s) { s.Insert(2, Text(s) + 8); }, u" Mtext. ixed, text. ", u" Mtext. ixed, text. "},
-        {"Insert char", [](CString& s) { s.Insert(0, u'>'); }, u">" + kText, u">" + kText},
-        {"Delete", [](CString& s) { s.Delete(1, 7); }, u" text. ", u" text. "},
-        {"SetAt", [](CString& s) { s.SetAt(1, u'm'); }, u" mixed, text. ", u" mixed, text. "},
-        {"Trim", [](CString& s) { s.Trim(); }, u"Mixed, text.", u"Mixed, text."},
-        {"TrimRight set", [](CString& s) { s.TrimRight(u" ."); }, u" Mixed, text", u" Mixed, text"},
-        {"TrimLeft char", [](CString& s) { s.TrimLeft(u' '); }, u"Mixed, text. ", u"Mixed, text. "},
-        {"MakeUpper", [](CString& s) { s.MakeUpper(); }, u" MIXED, TEXT. ", u" MIXED, TEXT. "},
-        {"MakeLower", [](CString& s) { s.MakeLower(); }, u" mixed, text. ", u" mixed, text. "},
-        {"Format", [](CString& s) { s.Format(u"%s|%s", s, Text(s) + 8); }, kText + u"|text. ", kText + u"|text. "},
-        {"AppendFormat", [](CString& s) { s.AppendFormat(u"%d%s", 1, s); }, kText + u"1" + kText, kText + u"1" + kText},
-        {"Empty", [](CString& s) { s.Empty(); }, u"", u""},
+        {"+= string", [](CString& s) { s += CString(s); }, kText + kText},
+        {"+= text", [](CString& s) { s += Text(s) + 8; }, kText + u"text. "},
+        {"+= char", [](CString& s) { s += u'!'; }, kText + u"!"},
+        {"= text", [](CString& s) { s = Text(s) + 1; }, u"Mixed, text. "},
+        {"= char", [](CString& s) { s = u'c'; }, u"c"},
+        {"Replace text", [](CString& s) { s.Replace(Text(s) + 8, Text(s) + 1); }, u" Mixed, Mixed, text. "},
+        {"Replace char", [](CString& s) { s.Replace(u'x', u'y'); }, u" Miyed, teyt. "},
+        {"Remove", [](CString& s) { s.Remove(u' '); }, u"Mixed,text."},
+        {"Insert text", [](CString& s) { s.Insert(2, Text(s) + 8); }, u" Mtext. ixed, text. "},
+        {"Insert char", [](CString& s) { s.Insert(0, u'>'); }, u">" + kText},
+        {"Delete", [](CString& s) { s.Delete(1, 7); }, u" text. "},
+        {"SetAt", [](CString& s) { s.SetAt(1, u'm'); }, u" mixed, text. "},
+        {"Trim", [](CString& s) { s.Trim(); }, u"Mixed, text."},
+        {"TrimRight set", [](CString& s) { s.TrimRight(u" ."); }, u" Mixed, text"},
+        {"TrimLeft char", [](CString& s) { s.TrimLeft(u' '); }, u"Mixed, text. "},
+        {"MakeUpper", [](CString& s) { s.MakeUpper(); }, u" MIXED, TEXT. "},
+        {"MakeLower", [](CString& s) { s.MakeLower(); }, u" mixed, text. "},
+        {"Format", [](CString& s) { s.Format(u"%s|%s", s, Text(s) + 8); }, kText + u"|text. "},
+        {"AppendFormat", [](CString& s) { s.AppendFormat(u"%d%s", 1, s); }, kText + u"1" + kText},
+        {"Empty", [](CString& s) { s.Empty(); }, u""},
     };
     for (const auto& row : rows) {
         const CString original(kText);
         const char16_t* text = original;
         CString copy(original);
         row.change(copy);
-        EXPECT_EQ(copy.View(), row.copy) << row.what;
+        EXPECT_EQ(copy.View(), row.after) << row.what;
         EXPECT_EQ(original.View(), kText) << row.what;
         EXPECT_EQ(Text(original), text) << row.what;
         // Alone in a buffer with room to spare, so that the change could be made in place.
@@ -208,7 +207,7 @@ TEST(StringSharing, CopyOnWrite) {
         self += std::u16string(40, u'-').c_str();
         self.Delete(kText.size(), 40);
         row.change(self);
-        EXPECT_EQ(self.View(), row.self) << row.what;
+        EXPECT_EQ(self.View(), row.after) << row.what;
     }
 }
 

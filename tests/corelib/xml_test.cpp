@@ -2,8 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <fstream>
-#include <iterator>
 #include <limits>
 #include <sstream>
 #include <string>
@@ -295,14 +293,12 @@ TEST(Xml, IndentedFormIsThePrintersLayoutWithItsDepthCapped) {
         ASSERT_TRUE(reference.load_string(text, pugi::parse_cdata | pugi::parse_escapes | pugi::parse_wconv_attribute));
         std::ostringstream printed;
         reference.document_element().print(printed, "  ", pugi::format_indent);
-        std::string expected = printed.str();
+        const std::string expected = printed.str();
         CXML tree(CString::FromUtf8(text), CString());
         ASSERT_TRUE(tree.IsValid());
         EXPECT_EQ(Utf8(tree.ToString(CXML::FORMAT_INDENT)) + "\n", expected);
         ASSERT_TRUE(WriteFile(tree, dir.File("indented.xml")));
-        std::ifstream in(dir.File("indented.xml"), std::ios::binary);
-        const std::string file((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-        EXPECT_EQ(file, "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n" + expected);
+        EXPECT_EQ(ReadBytes(dir.File("indented.xml")), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n" + expected);
     }
 
     // Nested 50,000 and 100,000 deep: twice the depth, twice the text.

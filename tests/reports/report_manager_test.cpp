@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <sstream>
 #include <string>
@@ -17,15 +18,13 @@
 
 #include "corelib/TWMQMessageRegistry.h"
 #include "corelib/Utility.h"
-#include "corelib/temp_dir.h"
+#include "plugins/scratch_plugin_dir.h"
 #include "snmplib/SnmpUtility.h"
 #include "varlib/reports/ReportManager.h"
 
 namespace fs = std::filesystem;
 
 namespace {
-
-using Strings = std::vector<std::string>;
 
 std::string Utf8(const CString& text) { return CUtility::UTF16toUTF8(text); }
 CString Utf16(const fs::path& path) { return CUtility::UTF8toUTF16(path.string()); }
@@ -56,8 +55,8 @@ public:
     std::mutex m_lock;
 };
 
-// A report manager of its own for each test, on a scratch directory with the
-// plug-ins "plugins/" (alpha.twp, pages.twp, broken.twp) and the reports "web/".
+// A report manager of its own for each test, with the reports in "web/" of a
+// scratch directory and, once LoadModules runs, alpha.twp, pages.twp and broken.twp.
 class CTestReports : public CReportManager {
 public:
     CTestReports() {
@@ -65,16 +64,9 @@ public:
         SetMessageServer(&m_server);
         SetWebServerInfo(u"http://reports.test", Utf16(Web()));
     }
-    ~CTestReports() override {
-        Unload();
-        CUtility::SetPluginDir(CString());
-    }
+    ~CTestReports() override { Unload(); }
     void LoadModules() {
-        fs::create_directories(Root() / "plugins");
-        for (const char* module : {"alpha.twp", "pages.twp"})
-            fs::create_symlink(std::string(TW_TEST_MODULE_DIR) + module, Root() / "plugins" / module);
-        WriteBytes(Root() / "plugins" / "broken.twp", "not a library\n");
-        CUtility::SetPluginDir(Utf16(Root() / "plugins"));
+        m_plugins.emplace(Strings{"alpha.twp", "pages.twp", "broken.twp!"});
         Load();
     }
     fs::path Root() const { return m_dir.Path(); }
@@ -106,6 +98,7 @@ public:
 
 private:
     TempDir m_dir;
+    std::optional<ScratchPluginDir> m_plugins;
 };
 
 }  // namespace

@@ -13,7 +13,7 @@ using namespace tv;
 namespace {
 
 CString Json(const CVariable& v, int nIndent = 0) {
-    int bSuccess = -1;
+    int bSuccess = -1;   // each call sets the flag, not only clears it
     CString text = v.ToJSON(bSuccess, nIndent);
     EXPECT_EQ(bSuccess, 1);
     // The UTF-8 writer gives the same text's bytes.
@@ -120,12 +120,6 @@ TEST(VariableJson, FailsOnValueWithoutJsonFormAtAnyDepth) {
             EXPECT_EQ(value.ToJSONUtf8(bSuccess, nIndent), "");
             EXPECT_EQ(bSuccess, 0);
         }
-    }
-    // The flag is set again by each call, not only cleared.
-    for (const CVariable& value : {one, Array({})}) {
-        int bSuccess = 0;
-        value.ToJSON(bSuccess, 0);
-        EXPECT_EQ(bSuccess, 1);
     }
 }
 
