@@ -30,7 +30,7 @@ namespace {
 struct ServeOptions {
     std::string strListen = "127.0.0.1";
     int nPort = 8080;
-    std::string strReportDir;   // empty: "reports/" in the web directory
+    std::string strReportDir;   // empty: DefaultReportDirectory()
     int nThreads = 8;
     int nWorkers = 0;           // 0: one per core
     int nCallSeconds = 60;

@@ -144,6 +144,15 @@ TEST(Twhost, RunsReportsAndCleansThemUp) {
     EXPECT_FALSE(fs::exists(file));
     EXPECT_TRUE(fs::exists(web / "keep.html"));
     EXPECT_EQ(RunHost({"reports", "clean", "--report-dir", (Dir() / "missing").string()}).status, 2);
+
+    // Without --report-dir: the user's state directory, made when missing, for both commands.
+    setenv("XDG_STATE_HOME", (web / "state").c_str(), 1);
+    const HostRun byDefault = RunHost({"report", "tables.twp", "TableReport", "[[{\"a\": 1}]]"});
+    const HostRun cleanByDefault = RunHost({"reports", "clean"});
+    unsetenv("XDG_STATE_HOME");
+    EXPECT_EQ(byDefault.out.rfind((web / "state/twhost/reports/Report_").string(), 0), 0u) << Describe(byDefault);
+    EXPECT_EQ(cleanByDefault.status, 0) << Describe(cleanByDefault);
+    EXPECT_TRUE(fs::is_empty(web / "state/twhost/reports"));
 }
 
 // A PlgCleanUp that throws is reported; the other modules are still cleaned up
