@@ -288,6 +288,16 @@ async function loadPlugins() {
 // Reports
 // ---------------------------------------------------------------------------
 
+// On a narrow screen the report stands below the plug-ins: bring it into view
+// when a run starts and ends, so that the outcome isn't out of sight.
+function bringReportIntoView() {
+  const box = $('report-heading').getBoundingClientRect();
+  const end = $('report-status').getBoundingClientRect();
+  if (box.top < 0 || end.bottom > window.innerHeight) {
+    $('report-heading').scrollIntoView({ block: 'start', behavior: 'smooth' });
+  }
+}
+
 function showReport(state, text, url) {
   const status = $('report-status');
   status.textContent = text;
@@ -302,6 +312,7 @@ function showReport(state, text, url) {
   } else {
     frame.removeAttribute('src');
   }
+  bringReportIntoView();
 }
 
 async function runReport(title, message) {

@@ -118,3 +118,25 @@ test('lists the plug-ins, runs a report from its form and shows it, or the reaso
   await page.evaluate(() => window.scrollTo(0, 0));
   await page.screenshot({ path: process.env.TW_SCREENSHOT || path.join(__dirname, 'web.png'), fullPage: false });
 });
+
+test('on a phone the outcome of Run comes into view, and the page has its icon', async () => {
+  await page.setViewportSize({ width: 390, height: 844 });
+  await page.goto(address);
+  const form = await openForm('netinfo.twp', 'InterfaceReport(STRING pattern)');
+  await form.locator('input[name="pattern"]').fill('');
+  await form.getByRole('button', { name: 'Run' }).click();
+  await page.locator('#report-status.failed', { hasText: 'Invalid parameters' }).waitFor();
+  await page.waitForFunction(() => {
+    const box = document.getElementById('report-status').getBoundingClientRect();
+    return box.top >= 0 && box.bottom <= window.innerHeight;
+  });
+  // The picture once the scrolling has come to rest.
+  await page.waitForFunction(() => new Promise((resolve) => {
+    const at = window.scrollY;
+    setTimeout(() => resolve(window.scrollY === at), 200);
+  }));
+  await page.screenshot({ path: process.env.TW_PHONE_SCREENSHOT || path.join(scratch, 'phone.png') });
+  const icon = await page.request.get(`${address}favicon.svg`);
+  assert.equal(icon.status(), 200);
+  assert.match(icon.headers()['content-type'], /^image\/svg\+xml/);
+});
