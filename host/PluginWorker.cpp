@@ -13,6 +13,7 @@
 #include "corelib/Utility.h"
 #include "corelib/framework/StringArray.h"
 #include "host/ExitCode.h"
+#include "host/FunctionCall.h"
 #include "host/LoadFailure.h"
 #include "host/LoadedPlugins.h"
 #include "host/WorkerChannel.h"
@@ -106,6 +107,8 @@ bool Answer(CReportManager& manager, CFrameMessageServer& server, int fd, CMessa
     const unsigned int call = server.Begin();
     std::string strFailure;
     try {
+        if (message.GetType() == FunctionCall::CALL_FUNCTION)
+            return WriteMessage(fd, FunctionCall::Answer(manager, message)) == Result::Ok;
         manager.OnMessage(message, CFrameMessageServer::CLIENT, call);
     } catch (const std::exception& e) {
         strFailure = std::string("The message failed: ") + e.what();   // read while the module is loaded
@@ -120,8 +123,9 @@ bool Answer(CReportManager& manager, CFrameMessageServer& server, int fd, CMessa
     return WriteMessage(fd, Notice(REFUSED, 400,
                                    "Unknown message type '" + CUtility::UTF16toUTF8(message.GetType()) +
                                        "': this service answers " +
-                                       CUtility::UTF16toUTF8(CReportManager::RETRIEVE_PLUGINS) + " and " +
-                                       CUtility::UTF16toUTF8(CReportManager::EXECUTE_REPORT) + ".")) == Result::Ok;
+                                       CUtility::UTF16toUTF8(CReportManager::RETRIEVE_PLUGINS) + ", " +
+                                       CUtility::UTF16toUTF8(CReportManager::EXECUTE_REPORT) + " and " +
+                                       CUtility::UTF16toUTF8(FunctionCall::CALL_FUNCTION) + ".")) == Result::Ok;
 }
 
 }  // namespace

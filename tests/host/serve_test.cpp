@@ -60,6 +60,11 @@ std::string ExecuteReport(const std::string& plugin, const std::string& function
            parameters + "</REPORT></MESSAGE>";
 }
 
+std::string Call(const std::string& plugin, const std::string& function, const std::string& parameters) {
+    return "<MESSAGE Type=\"CALL_FUNCTION\"><CALL Plugin=\"" + plugin + "\" Function=\"" + function + "\">" + parameters +
+           "</CALL></MESSAGE>";
+}
+
 TEST_F(ServeTest, AnswersEachMessageOrRefusesItWithoutChangingAnything) {
     const std::string rows = kRows;
     struct Case {
@@ -84,7 +89,15 @@ TEST_F(ServeTest, AnswersEachMessageOrRefusesItWithoutChangingAnything) {
         {"no XML at all", 400, "^The body is no XML document"},
         {"<REPORT Plugin=\"tables.twp\"/>", 400, "^The body is XML but no message.*<REPORT>"},
         {"<MESSAGE Type=\"DELETE_REPORTS\"/>", 400,
-         "^Unknown message type 'DELETE_REPORTS': this service answers RETRIEVE_PLUGINS and EXECUTE_REPORT"},
+         "^Unknown message type 'DELETE_REPORTS': this service answers RETRIEVE_PLUGINS, EXECUTE_REPORT and CALL_FUNCTION"},
+        // The value call: the value itself as JSON (or text), failures as the report service names them.
+        {Call("netinfo.twp", "InterfaceList", "<VARIABLE_LIST><VARIABLE Type=\"20001\" Value=\"lo\"/></VARIABLE_LIST>"),
+         200, "<MESSAGE Type=\"CALL_FUNCTION_RESPONSE\"><RESULT Status=\"0\" Json=\"\\{&#10;    &quot;lo&quot; : \\{&#10;        &quot;Name&quot; : &quot;lo&quot;,"},
+        {Call("faulty.twp", "Xml", "<VARIABLE_LIST/>"), 200, "<RESULT Status=\"0\" Text=\"&lt;a x=&quot;1&quot;>&lt;b/>&lt;/a>\"/>"},
+        {Call("netinfo.twp", "InterfaceList", "<VARIABLE_LIST><VARIABLE Type=\"20000\" Value=\"1\"/></VARIABLE_LIST>"),
+         200, "<RESULT Status=\"1\" Reason=\"Invalid parameters\"/>"},
+        {Call("tables.twp", "InterfaceList", "<VARIABLE_LIST/>"), 200, "Reason=\"Could not find plugin module\""},
+        {Call("faulty.twp", "NoValue", "<VARIABLE_LIST/>"), 200, "Reason=\"Function invocation failed\""},
         {"<MESSAGE Type=\"RETRIEVE_PLUGINS\"/>" + std::string(2 << 20, ' '), 413, "larger than 1048576 bytes"},
     };
     for (const Case& c : cases) {
