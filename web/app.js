@@ -199,9 +199,12 @@ function signatureText(name, signature) {
 let formCount = 0;
 
 function renderSignature(plugin, fn, signature) {
+  // A function that gives text makes a report; any other is called for its value.
+  const makesReport = signature.result.type === T.STRING;
   const details = element('details', { class: 'signature' },
     element('summary', {},
       element('span', { class: 'sig-text', text: signatureText(fn.name, signature) }),
+      element('span', { class: `kind ${makesReport ? 'kind-report' : 'kind-value'}`, text: makesReport ? 'report' : 'value' }),
       element('span', { class: 'sig-desc', text: signature.description })));
   const form = element('form', { class: 'run', 'data-plugin': plugin.file, 'data-function': fn.name });
   const inputs = signature.parameters.map((parameter, i) => {
@@ -215,16 +218,16 @@ function renderSignature(plugin, fn, signature) {
   });
   if (inputs.length === 0) form.append(element('p', { class: 'no-params', text: 'No parameters.' }));
   const error = element('span', { class: 'form-error', role: 'alert' });
-  const run = element('button', { type: 'submit', text: 'Run' });
+  const run = element('button', { type: 'submit', text: makesReport ? 'Run' : 'Call' });
   form.append(element('div', { class: 'actions' }, run, error));
   form.addEventListener('submit', async (event) => {
     event.preventDefault();
     error.textContent = '';
     let message;
     try {
-      message = newMessage('EXECUTE_REPORT', 'REPORT', (doc, body) => {
+      message = newMessage(makesReport ? 'EXECUTE_REPORT' : 'CALL_FUNCTION', makesReport ? 'REPORT' : 'CALL', (doc, body) => {
         body.setAttribute('Plugin', plugin.file);
-        body.setAttribute('Report', fn.name);
+        body.setAttribute(makesReport ? 'Report' : 'Function', fn.name);
         const list = doc.createElement('VARIABLE_LIST');
         signature.parameters.forEach((parameter, i) => list.appendChild(parameterVariable(doc, parameter, inputs[i])));
         body.appendChild(list);
@@ -235,7 +238,8 @@ function renderSignature(plugin, fn, signature) {
     }
     run.disabled = true;
     try {
-      await runReport(`${fn.name} of ${plugin.module || plugin.file}`, message);
+      const title = `${fn.name} of ${plugin.module || plugin.file}`;
+      await (makesReport ? runReport(title, message) : runCall(title, message));
     } finally {
       run.disabled = false;
     }
@@ -306,6 +310,7 @@ function showReport(state, text, url) {
   const link = $('report-link');
   frame.classList.toggle('hidden', !url);
   link.classList.toggle('hidden', !url);
+  $('value-view').classList.add('hidden');
   if (url) {
     frame.src = url;
     link.href = url;
@@ -328,6 +333,64 @@ async function runReport(title, message) {
     }
     const url = report.getAttribute('URL') || '';
     showReport('ok', `${title}: ${url.split('/').pop()}`, url);
+  } catch (e) {
+    showReport('failed', `${title} failed: ${e.message}`);
+  }
+}
+
+// ---------------------------------------------------------------------------
+// Values: what a function returns, as a table when it is an array of rows.
+// ---------------------------------------------------------------------------
+
+// The rows of a value that is an array (or object) of objects, each row with
+// its key first; null for any other value.
+function rowsOf(value) {
+  if (value === null || typeof value !== 'object') return null;
+  const entries = Array.isArray(value) ? value.map((row, i) => [String(i), row]) : Object.entries(value);
+  if (entries.length === 0 || !entries.every(([, row]) => row !== null && typeof row === 'object' && !Array.isArray(row))) return null;
+  const columns = [];
+  for (const [, row] of entries) for (const column of Object.keys(row)) if (!columns.includes(column)) columns.push(column);
+  return { columns, entries };
+}
+
+function cellText(value) {
+  return value !== null && typeof value === 'object' ? JSON.stringify(value) : String(value ?? '');
+}
+
+function showValue(title, json, text) {
+  showReport('ok', `${title} returned:`);
+  const view = $('value-view');
+  view.replaceChildren();
+  let value;
+  try {
+    value = json === null ? undefined : JSON.parse(json);
+  } catch {
+    value = undefined;
+  }
+  const rows = value === undefined ? null : rowsOf(value);
+  if (rows) {
+    const head = element('tr', {}, element('th', { text: '' }), ...rows.columns.map((c) => element('th', { text: c })));
+    const body = rows.entries.map(([key, row]) =>
+      element('tr', {}, element('th', { text: key }), ...rows.columns.map((c) => element('td', { text: cellText(row[c]) }))));
+    view.append(element('div', { class: 'table-wrap' }, element('table', {}, element('thead', {}, head), element('tbody', {}, ...body))));
+  } else {
+    view.append(element('pre', { text: json ?? text ?? '' }));
+  }
+  view.classList.remove('hidden');
+  bringReportIntoView();
+}
+
+async function runCall(title, message) {
+  showReport('muted', `Calling ${title}…`);
+  try {
+    const answer = await send(message);
+    const result = answer.body;
+    if (answer.type !== 'CALL_FUNCTION_RESPONSE' || !result) throw new Error(`Unexpected answer ${answer.type}`);
+    if (result.getAttribute('Status') !== '0') {
+      showReport('failed', `${title} failed: ${result.getAttribute('Reason') || 'no reason given'}`);
+      return;
+    }
+    showValue(title, result.getAttribute('Json'), result.getAttribute('Text'));
   } catch (e) {
     showReport('failed', `${title} failed: ${e.message}`);
   }

@@ -140,3 +140,17 @@ test('on a phone the outcome of Run comes into view, and the page has its icon',
   assert.equal(icon.status(), 200);
   assert.match(icon.headers()['content-type'], /^image\/svg\+xml/);
 });
+
+test('a function that returns a value is called, and an array of rows shows as a table', async () => {
+  await page.setViewportSize({ width: 1400, height: 1000 });
+  await page.goto(address);
+  const summary = page.locator('article[data-plugin="netinfo.twp"] summary', { hasText: 'InterfaceList(STRING pattern)' });
+  assert.equal(await summary.locator('.kind').textContent(), 'value');
+  const form = await openForm('netinfo.twp', 'InterfaceList(STRING pattern)');
+  await form.locator('input[name="pattern"]').fill('lo');
+  await form.getByRole('button', { name: 'Call' }).click();
+  await page.locator('#value-view table').waitFor();
+  assert.deepEqual(await page.locator('#value-view tbody th').allTextContents(), ['lo']);
+  assert.ok((await page.locator('#value-view thead th').allTextContents()).includes('RxBytes'));
+  await page.screenshot({ path: process.env.TW_VALUE_SCREENSHOT || path.join(scratch, 'value.png') });
+});
