@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <cctype>
+#include <cerrno>
 #include <chrono>
 #include <cstring>
 #include <deque>
@@ -151,15 +152,17 @@ std::size_t DecodePath(void*, MHD_Connection*, char* text) {
     return static_cast<std::size_t>(out - text);
 }
 
-// The listening socket for address and port (0: any free one), or -1.
-int ListenOn(const std::string& address, int port) {
+// The listening socket for address and port (0: any free one), or -1 and why.
+int ListenOn(const std::string& address, int port, std::string& strError) {
     addrinfo hints{};
     hints.ai_family = AF_UNSPEC;
     hints.ai_socktype = SOCK_STREAM;
     hints.ai_flags = AI_PASSIVE | AI_NUMERICSERV;
     addrinfo* found = nullptr;
-    if (getaddrinfo(address.empty() ? nullptr : address.c_str(), std::to_string(port).c_str(), &hints, &found) != 0)
+    if (const int failed = getaddrinfo(address.empty() ? nullptr : address.c_str(), std::to_string(port).c_str(), &hints, &found)) {
+        strError = gai_strerror(failed);
         return -1;
+    }
     int listening = -1;
     for (const addrinfo* entry = found; entry != nullptr && listening < 0; entry = entry->ai_next) {
         // Non-blocking: the polling thread must never wait in accept for a client that went away.
@@ -168,10 +171,15 @@ int ListenOn(const std::string& address, int port) {
             continue;
         const int yes = 1;
         ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
-        if (::bind(fd, entry->ai_addr, entry->ai_addrlen) == 0 && ::listen(fd, kListenBacklog) == 0)
+        if (::bind(fd, entry->ai_addr, entry->ai_addrlen) == 0 && ::listen(fd, kListenBacklog) == 0) {
             listening = fd;
-        else
-            ::close(fd);
+            continue;
+        }
+        // One server a port: another one that listens there (twhost serve or any other) is named, not joined.
+        strError = errno == EADDRINUSE      ? "the port is in use: is another twhost serve (or another server) running?"
+                   : errno == EADDRNOTAVAIL ? "that is no address of this host"
+                                            : std::strerror(errno);
+        ::close(fd);
     }
     freeaddrinfo(found);
     return listening;
@@ -386,11 +394,12 @@ CReportHttpServer::~CReportHttpServer() {
 }
 
 void CReportHttpServer::Bind() {
-    m_nListenSocket = ListenOn(m_options.strListen, m_options.nPort);
+    std::string strError = "no address to listen on";
+    m_nListenSocket = ListenOn(m_options.strListen, m_options.nPort, strError);
     const int port = m_nListenSocket >= 0 ? BoundPort(m_nListenSocket) : -1;
     if (port <= 0)
         throw std::runtime_error("could not listen on " + m_options.strListen + " port " +
-                                 std::to_string(m_options.nPort) + " (in use, or not an address of this host)");
+                                 std::to_string(m_options.nPort) + ": " + strError);
     m_strAddress = "http://" + UrlHost(m_options.strListen) + ":" + std::to_string(port) + "/";
     m_guard.SetPort(port);
 }

@@ -233,6 +233,16 @@ TEST_F(ServeTest, RefusesOtherSitesForeignHostsAndUnboundedBodies) {
     fs::remove(s_dir / "reports" / "notes.html");
 }
 
+// One server a port: a second one is refused at once (timeout ends it should it serve instead).
+TEST_F(ServeTest, ASecondServerOnTheSamePortIsRefused) {
+    const std::string err = (s_dir / "second.err").string();
+    const std::string command = "timeout 20 " + std::string(TWHOST_PATH) + " --plugin-dir " + (s_dir / "plugins").string() +
+                                " serve --port " + std::to_string(s_host->GetPort()) + " >/dev/null 2>" + err;
+    const int status = std::system(command.c_str());
+    EXPECT_EQ(WIFEXITED(status) ? WEXITSTATUS(status) : -1, 1);
+    EXPECT_TRUE(Has(ReadBytes(err), "twhost: could not listen on 127.0.0.1 port ...: the port is in use")) << ReadBytes(err);
+}
+
 // Last in this file: stops the suite's host.
 TEST_F(ServeTest, StopsOnSigtermAndCleansUpEveryModule) {
     EXPECT_EQ(s_host->Stop(SIGTERM), 0) << s_host->GetOutput();
