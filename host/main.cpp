@@ -10,13 +10,11 @@
 #include "corelib/Utility.h"
 #include "host/CacheCommands.h"
 #include "host/CommandContext.h"
+#include "host/DialogCommand.h"
 #include "host/ExitCode.h"
 #include "host/PluginCommands.h"
 #include "host/ReportCommands.h"
 #include "host/ServeCommand.h"
-#ifdef TW_HAVE_WIDGETS
-#include "host/DialogCommand.h"
-#endif
 
 int main(int argc, char** argv) {
     CLI::App app("Host of the network-management platform's plug-in modules (NAME.twp): lists them, calls "
@@ -39,9 +37,7 @@ int main(int argc, char** argv) {
     RegisterCacheCommands(app, context);
     RegisterReportCommands(app, context);
     RegisterServeCommand(app, context);
-#ifdef TW_HAVE_WIDGETS
     RegisterDialogCommand(app, context);
-#endif
 
     try {
         app.parse(argc, argv);
