@@ -43,21 +43,25 @@ mount -t proc proc "$root/proc"
 cpack --config "$build/CPackConfig.cmake" -B "$work/debs" >"$work/cpack.log"
 mkdir -p "$root/tmp/debs"
 cp "$work"/debs/*.deb "$root/tmp/debs/"
-# The root's paths of the copied packages matching a pattern.
-debs() {
-    local deb
-    for deb in "$root"/tmp/debs/$1; do echo "/tmp/debs/${deb##*/}"; done
+# The root's paths of the copied packages matching the patterns, into debs.
+find_debs() {
+    local pattern deb
+    debs=()
+    for pattern in "$@"; do
+        for deb in "$root"/tmp/debs/$pattern; do debs+=("/tmp/debs/${deb##*/}"); done
+    done
 }
 in_root() { chroot "$root" env DEBIAN_FRONTEND=noninteractive LC_ALL=C.UTF-8 "$@"; }
 install_quietly() {
-    in_root apt-get install -y "$@" >>"$work/apt.log" 2>&1 || fail "apt-get install $* failed: $(tail -20 "$work/apt.log")"
+    in_root apt-get install -y --no-install-recommends "$@" >>"$work/apt.log" 2>&1 || fail "apt-get install $* failed: $(tail -20 "$work/apt.log")"
 }
 
-# shellcheck disable=SC2046 # debs gives one word per package
 in_root apt-get update >"$work/apt.log" 2>&1 || fail "apt-get update failed: $(tail -5 "$work/apt.log")"
-# A server: twhost with what it declares, and no Qt.
-install_quietly $(debs 'twhost_*.deb') $(debs 'libtw-varlib0_*.deb')
-if in_root dpkg-query -W -f '${Package}\n' | grep -i qt; then
+# Only what the packages declare (Depends, no Recommends). A server: twhost
+# alone, and no Qt.
+find_debs 'twhost_*.deb' 'libtw-varlib0_*.deb'
+install_quietly "${debs[@]}"
+if in_root dpkg-query -W -f "\${Package}\n" | grep -i qt; then
     fail "installing twhost brought Qt"
 fi
 in_root twhost plugins >"$work/plugins.txt"
@@ -69,15 +73,17 @@ grep -q '"mtu"' "$work/call.txt" || fail "twhost call gave no column list"
 report=$(in_root twhost report netinfo.twp InterfaceReport '["lo"]')
 grep -q "lo" "$root$report" || fail "twhost report wrote no report on lo at $report"
 
-# Every package, and the tools to build against the -dev package.
-install_quietly $(debs '*.deb') g++ cmake make pkgconf
+# Every package, and the tools to build against the -dev packages (a host of
+# the dialog too, which needs what libtw-varlib-widgets-dev declares).
+find_debs '*.deb'
+install_quietly "${debs[@]}" g++ cmake make pkgconf
 in_root twhost --help | grep -q "^  dialog " || fail "twhost offers no dialog command with twhost-dialog installed"
 
 cp -r "$consumer" "$root/tmp/consumer"
-in_root cmake -S /tmp/consumer -B /tmp/consumer-build -DCMAKE_BUILD_TYPE=Release >"$work/consumer.log" 2>&1 &&
-    in_root cmake --build /tmp/consumer-build >>"$work/consumer.log" 2>&1 &&
-    in_root cmake --install /tmp/consumer-build >>"$work/consumer.log" 2>&1 ||
+if ! { in_root cmake -S /tmp/consumer -B /tmp/consumer-build -DCMAKE_BUILD_TYPE=Release -DTW_CONSUMER_WIDGETS=ON &&
+    in_root cmake --build /tmp/consumer-build && in_root cmake --install /tmp/consumer-build; } >"$work/consumer.log" 2>&1; then
     fail "building the consumer against libtw-varlib-dev failed: $(tail -20 "$work/consumer.log")"
+fi
 # The plug-in went where twhost looks; the program calls it.
 in_root twhost call Greet '["root"]' | grep -q "Hello, root" || fail "twhost does not call the installed hello.twp"
 plugins=$(in_root pkg-config --variable=libdir tw_varlib)/tw_varlib/plugins
