@@ -4,7 +4,7 @@
 # module exports GetMetaInfo, ExecuteFunction, ValidateArguments and
 # PlgCleanUp as extern "C" with default visibility; everything else keeps the
 # visibility the sources give it. Installed, it finds the library through its
-# RPATH ($ORIGIN/../.. from lib/tw_varlib/plugins).
+# RPATH ($ORIGIN/../.. from LIBDIR/tw_varlib/plugins).
 function(tw_add_plugin name)
     if(ARGC LESS 2)
         message(FATAL_ERROR "tw_add_plugin(${name}): no sources given")

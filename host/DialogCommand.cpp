@@ -1,92 +1,53 @@
 #include "host/DialogCommand.h"
 
+#include <dlfcn.h>
+#include <unistd.h>
+
 #include <iostream>
 #include <memory>
 #include <string>
 
 #include <CLI/CLI.hpp>
-#include <QDialog>
-#include <QPixmap>
-#include <QTimer>
-#include <QTreeWidget>
 
+#include "corelib/Utility.h"
 #include "host/ExitCode.h"
 #include "host/LoadedPlugins.h"
-#include "widgets/PluginsInfoDlg.h"
 
 namespace {
 
-// The dialog that selects a signature, saves a picture of itself and closes:
-// a way to show an installation's plug-ins in a document.
-class CScreenshotDlg : public CPluginsInfoDlg {
-public:
-    explicit CScreenshotDlg(std::string strFile) : m_strFile(std::move(strFile)) {}
+// The dialog and Qt live in a module of their own, so that twhost never links
+// Qt: an installation without the module (a server) has no dialog command.
+// The module lies in the library folder, found from bin/ as the libraries are.
+std::string DialogModulePath() {
+    return CUtility::UTF16toUTF8(CUtility::GetExecutableDir()) + TW_DIALOG_MODULE_FROM_BIN;
+}
 
-    int OnInitDialog() override {
-        const int result = CPluginsInfoDlg::OnInitDialog();
-        if (QTreeWidgetItem* signature = PickSignature())
-            m_ctrlPluginsTree->setCurrentItem(signature);
-        // Once the window is shown and painted.
-        QTimer::singleShot(300, m_pWindow, [this] {
-            m_bSaved = m_pWindow->grab().save(QString::fromStdString(m_strFile), "PNG");
-            m_pWindow->accept();
-        });
-        return result;
-    }
-
-    bool Saved() const { return m_bSaved; }
-
-private:
-    // The first signature with the most parameters, so that the picture shows every part.
-    QTreeWidgetItem* PickSignature() const {
-        QTreeWidgetItem* best = nullptr;
-        int bestRows = -1;
-        for (QTreeWidgetItemIterator it(m_ctrlPluginsTree); *it; ++it) {
-            QTreeWidgetItem* item = *it;
-            if (item->childCount() != 0 || !item->parent() || !item->parent()->parent())
-                continue;
-            m_ctrlPluginsTree->setCurrentItem(item);
-            if (m_ctrlParametersList->topLevelItemCount() > bestRows) {
-                best = item;
-                bestRows = m_ctrlParametersList->topLevelItemCount();
-            }
-        }
-        return best;
-    }
-
-    std::string m_strFile;
-    bool m_bSaved = false;
-};
+// The module's entry: shows the dialog on the registry's plug-ins, or saves a
+// picture of it to screenshot when that is not empty; gives an exit status.
+using ShowDialog = int (*)(CPluginRegistry* registry, const char* screenshot);
 
 }  // namespace
 
 void RegisterDialogCommand(CLI::App& app, CCommandContext& context) {
+    const std::string module = DialogModulePath();
+    if (::access(module.c_str(), R_OK) != 0)
+        return;
     CLI::App* dialog = app.add_subcommand(
         "dialog", "Show the plug-ins, their functions and signatures in a window (needs a display)");
     auto screenshot = std::make_shared<std::string>();
     dialog->add_option("--screenshot", *screenshot,
                        "Select a signature, save a PNG picture of the window to this file and close it");
-    dialog->callback([&context, screenshot] {
-        context.m_action = [&context, screenshot] {
-            return WithPlugins(context, [&screenshot](const CLoadedPlugins& plugins) {
-                std::unique_ptr<CPluginsInfoDlg> dialog;
-                CScreenshotDlg* shot = nullptr;
-                if (screenshot->empty()) {
-                    dialog = std::make_unique<CPluginsInfoDlg>();
-                } else {
-                    dialog = std::make_unique<CScreenshotDlg>(*screenshot);
-                    shot = static_cast<CScreenshotDlg*>(dialog.get());
-                }
-                dialog->SetPluginRegistry(&plugins.GetRegistry());
-                if (dialog->DoModal() == -1) {
-                    std::cerr << "twhost: the plug-ins dialog can't open: " << dialog->GetErrorText() << '\n';
-                    return int(EXIT_FAILED);
-                }
-                if (shot && !shot->Saved()) {
-                    std::cerr << "twhost: the picture could not be saved to " << *screenshot << '\n';
-                    return int(EXIT_FAILED);
-                }
-                return int(EXIT_OK);
+    dialog->callback([&context, screenshot, module] {
+        context.m_action = [&context, screenshot, module] {
+            // Never closed: Qt does not unload cleanly.
+            void* handle = ::dlopen(module.c_str(), RTLD_NOW | RTLD_LOCAL);
+            const auto show = handle ? reinterpret_cast<ShowDialog>(::dlsym(handle, "TwhostShowDialog")) : nullptr;
+            if (!show) {
+                std::cerr << "twhost: the plug-ins dialog can't open: " << ::dlerror() << '\n';
+                return int(EXIT_FAILED);
+            }
+            return WithPlugins(context, [&screenshot, show](const CLoadedPlugins& plugins) {
+                return show(&plugins.GetRegistry(), screenshot->c_str());
             });
         };
     });

@@ -1,4 +1,5 @@
-// The dialog command of twhost, built when tw_varlib_widgets is:
+// The dialog command of twhost, offered where its module is installed (it is
+// built with tw_varlib_widgets):
 //
 //   twhost dialog [--screenshot FILE]   the plug-ins dialog on the plug-in directory
 #pragma once

@@ -11,13 +11,11 @@
 #include "corelib/Utility.h"
 #include "host/CacheCommands.h"
 #include "host/CommandContext.h"
+#include "host/DialogCommand.h"
 #include "host/ExitCode.h"
 #include "host/PluginCommands.h"
 #include "host/ReportCommands.h"
 #include "host/ServeCommand.h"
-#ifdef TW_HAVE_WIDGETS
-#include "host/DialogCommand.h"
-#endif
 
 namespace {
 
@@ -82,9 +80,7 @@ int main(int argc, char** argv) {
     RegisterCacheCommands(app, context);
     RegisterReportCommands(app, context);
     RegisterServeCommand(app, context);
-#ifdef TW_HAVE_WIDGETS
     RegisterDialogCommand(app, context);
-#endif
     // Each command states the exit statuses it gives; set after the commands
     // are made, so that they don't take the program's own.
     app.footer("Exit status: 0 success, 1 failure, 2 bad command line; the --help of each command lists its own.");
