@@ -11,7 +11,7 @@ packages=(
     chromium
     qt6-base-dev libgl-dev fonts-dejavu-core
     xvfb xauth
-    dpkg-dev file lintian debootstrap
+    dpkg-dev file lintian debootstrap curl
 )
 # The browser test runs on Node.js with npm. A machine that has them from
 # elsewhere keeps its own: Debian's npm conflicts with other builds of nodejs.

@@ -62,9 +62,18 @@ unset LD_LIBRARY_PATH
 for plugin in netinfo.twp tables.twp; do
     grep -qx "$plugin: loaded" "$work/plugins.txt" || { echo "$plugin missing:"; cat "$work/plugins.txt"; exit 1; }
 done
-# The report folder's default lies in the packaged web folder.
-"$work/root/usr/bin/twhost" serve --help | grep -qF "$work/root/usr/$libdir/tw_varlib/web/reports" ||
-    fail "twhost does not find the packaged web folder"
+# twhost serve hands out the packaged page: started on a free port, asked for it, stopped.
+"$work/root/usr/bin/twhost" serve --port 0 --workers 1 --report-dir "$work/reports" >"$work/serve.txt" 2>&1 &
+serve=$!
+for _ in $(seq 100); do
+    grep -q "^Open http" "$work/serve.txt" && break
+    sleep 0.1
+done
+address=$(sed -n 's/^Open \(http[^ ]*\) .*/\1/p' "$work/serve.txt")
+page=$(curl -sf "$address" || true)
+kill -TERM "$serve"
+wait "$serve" || fail "twhost serve did not end with 0 on SIGTERM"
+grep -q "<title>twhost" <<<"$page" || fail "twhost serve does not hand out the packaged web folder: $(cat "$work/serve.txt")"
 if [ "$widgets" = ON ]; then
     QT_QPA_PLATFORM=offscreen "$work/root/usr/bin/twhost" dialog --screenshot "$work/dialog.png"
     test -s "$work/dialog.png" || fail "twhost dialog saved no picture"
