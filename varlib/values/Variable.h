@@ -8,6 +8,7 @@
 #pragma once
 
 #include <initializer_list>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -212,6 +213,8 @@ public:
     // The same text as UTF-8 bytes, written directly: byte for byte
     // ToJSON(bSuccess, nIndent).ToUtf8(), without the UTF-16 text between.
     std::string ToJSONUtf8(int& bSuccess, int nIndent) const;
+    // ToJSONUtf8 in one call: no value when the value has no JSON form.
+    std::optional<std::string> ToJSONText(int nIndent = 0) const;
     // Escapes text in place for use inside a JSON string.
     static void NormalizeJsonString(CString& text);
 
