@@ -87,7 +87,8 @@ public:
     // GetNextVariable ends (the first ordinal without an element). Any
     // insertion or removal (InsertElement, RemoveVariable, CleanUp, Copy,
     // assignment, a change through the base map) invalidates every iterator:
-    // the pair an iterator holds refers into the maps.
+    // the pair an iterator holds refers into the maps. The pair itself lives
+    // in the iterator (*it++ dangles); its two references outlive it.
     template <bool bConst>
     class Iterator {
     public:
