@@ -86,6 +86,13 @@ public:
     TYPE& ElementAt(intptr_t nIndex) { return GetAt(nIndex); }
     const TYPE* GetData() const { return IsEmpty() ? nullptr : m_body->data.data(); }
     TYPE* GetData() { return IsEmpty() ? nullptr : m_body->data.data(); }
+    // Range-for over the elements in index order. Any change of size (Add,
+    // InsertAt, RemoveAt, SetSize, SetAtGrow past the end, Copy, assignment)
+    // invalidates them.
+    const TYPE* begin() const { return GetData(); }
+    const TYPE* end() const { return GetData() + GetSize(); }
+    TYPE* begin() { return GetData(); }
+    TYPE* end() { return GetData() + GetSize(); }
     // Sets the element, growing the array to hold nIndex first.
     void SetAtGrow(intptr_t nIndex, ARG_TYPE newElement) {
         if (nIndex < 0) throw CInvalidArgException("CArray::SetAtGrow: negative index");

@@ -332,6 +332,14 @@ std::string CVariable::ToJSONUtf8(int& bSuccess, int nIndent) const {
     return bSuccess ? out.Result() : std::string();
 }
 
+std::optional<std::string> CVariable::ToJSONText(int nIndent) const {
+    int bSuccess = 0;
+    std::string text = ToJSONUtf8(bSuccess, nIndent);
+    if (!bSuccess)
+        return std::nullopt;
+    return text;
+}
+
 void CVariable::NormalizeJsonString(CString& text) {
     const std::u16string_view view = text.View();
     const auto needsEscape = [](char16_t ch) { return EscapeLetter(ch) != 0; };

@@ -5,11 +5,15 @@
 // GetAt(int) walks from the start each time: O(nIndex), not a way to walk.
 #pragma once
 
+#include <type_traits>
+
 #include "corelib/framework/Map.h"
 
 template <class KEY, class ARG_KEY, class VALUE, class ARG_VALUE>
 class CMapEx : public CMap<KEY, ARG_KEY, VALUE, ARG_VALUE> {
     using Base = CMap<KEY, ARG_KEY, VALUE, ARG_VALUE>;
+    static constexpr bool kMutableKey = std::is_same_v<ARG_KEY, KEY&>;
+    static constexpr bool kMutableValue = std::is_same_v<ARG_VALUE, VALUE&>;
 
 public:
     CMapEx(int nBlockSize = 10) : Base(nBlockSize) {
@@ -35,6 +39,23 @@ public:
         for (int i = 0; i <= nIndex; ++i) this->GetNextAssoc(pos, key, value);
         if (nIndex < 0) throw CInvalidArgException("CMapEx::GetAt: negative index");
         return value;
+    }
+
+    // Maps that take keys or values by non-const reference (the metadata's
+    // function map) only read them: these let temporaries and const objects
+    // in, e.g. functions[u"Greet"]. A non-const lvalue still picks the base's form.
+    using Base::Lookup;
+    using Base::PLookup;
+    using Base::RemoveKey;
+    using Base::SetAt;
+    using Base::operator[];
+    int Lookup(const KEY& key, VALUE& rValue) const requires kMutableKey { return Base::Lookup(KeyArg(key), rValue); }
+    const typename Base::CPair* PLookup(const KEY& key) const requires kMutableKey { return Base::PLookup(KeyArg(key)); }
+    typename Base::CPair* PLookup(const KEY& key) requires kMutableKey { return Base::PLookup(KeyArg(key)); }
+    VALUE& operator[](const KEY& key) requires kMutableKey { return Base::operator[](KeyArg(key)); }
+    int RemoveKey(const KEY& key) requires kMutableKey { return Base::RemoveKey(KeyArg(key)); }
+    void SetAt(const KEY& key, const VALUE& newValue) requires(kMutableKey || kMutableValue) {
+        (*this)[KeyArg(key)] = newValue;
     }
 
 private:

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <ctime>
+#include <memory>
 
 
 const CString CVariable::TAG_NAME(u"VARIABLE");
@@ -40,6 +41,30 @@ CVariable::CVariable(const CTime& timeValue) { ConstructTime(timeValue); }
 CVariable::CVariable(unsigned char byteValue) { ConstructByte(byteValue); }
 CVariable::CVariable(char16_t chValue) { ConstructChar(chValue); }
 CVariable::CVariable(const CVariableArray& arrayValue) { ConstructArray(arrayValue); }
+CVariable::CVariable(const char16_t* strValue) { ConstructString(CString(strValue)); }
+CVariable::CVariable(const char* strValue) { ConstructString(CString(strValue)); }
+CVariable::CVariable(std::string_view strValue) { ConstructString(CString::FromUtf8(strValue)); }
+
+CVariable CVariable::Array(std::initializer_list<std::pair<CString, CVariable>> elements) {
+    CVariable result{CVariableArray()};
+    for (const auto& [index, value] : elements) {
+        auto pElement = std::make_unique<CVariable>(value);
+        result.m_arrayValue.InsertElement(index, pElement.get());
+        pElement.release();   // the array owns it now
+    }
+    return result;
+}
+
+CVariable CVariable::List(std::initializer_list<CVariable> elements) {
+    CVariable result{CVariableArray()};
+    unsigned int nOrdinal = 0;
+    for (const CVariable& value : elements) {
+        auto pElement = std::make_unique<CVariable>(value);
+        result.m_arrayValue.InsertElement(CString::Decimal(nOrdinal++), pElement.get());
+        pElement.release();   // the array owns it now
+    }
+    return result;
+}
 // A new value can't lie inside src: its array is copied in place, with no
 // array built aside first.
 CVariable::CVariable(const CVariable& src) {

@@ -7,7 +7,11 @@
 // a time.
 #pragma once
 
+#include <initializer_list>
+#include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
 
 #include <cstdint>
 
@@ -56,6 +60,25 @@ public:
     CVariable(char16_t chValue);
     // ARRAY, a deep copy of the elements.
     CVariable(const CVariableArray& arrayValue);
+    // STRING from text literals, so that CVariable v = u"text" and = "text"
+    // compile without CString spelt out. UTF-16 is taken as it is; UTF-8 is
+    // read as CString(const char*) reads it (each bad sequence becomes
+    // U+FFFD). A null pointer is the empty text. The exact pointer types keep
+    // 0 and the other numbers on the numeric constructors.
+    CVariable(const char16_t* strValue);
+    CVariable(const char* strValue);
+    CVariable(std::string_view strValue);
+
+    // A nested value in one expression:
+    //     CVariable::Array({{"name", "eth0"}, {"mtu", 1500},
+    //                       {"addrs", CVariable::List({"10.0.0.1", "10.0.0.2"})}})
+    // Array takes (index, value) pairs, as CVariableArray stores them; List
+    // numbers its values "0", "1", ..., as the ConstructFrom...Array fills do
+    // and as a CVariableList counts positions. Both make the InsertElement
+    // calls of the order written, so a repeated index keeps its first place
+    // and takes the last value.
+    static CVariable Array(std::initializer_list<std::pair<CString, CVariable>> elements);
+    static CVariable List(std::initializer_list<CVariable> elements);
     // A full replica, name and metadata included (Copy).
     CVariable(const CVariable& src);
     virtual ~CVariable();
@@ -190,6 +213,8 @@ public:
     // The same text as UTF-8 bytes, written directly: byte for byte
     // ToJSON(bSuccess, nIndent).ToUtf8(), without the UTF-16 text between.
     std::string ToJSONUtf8(int& bSuccess, int nIndent) const;
+    // ToJSONUtf8 in one call: no value when the value has no JSON form.
+    std::optional<std::string> ToJSONText(int nIndent = 0) const;
     // Escapes text in place for use inside a JSON string.
     static void NormalizeJsonString(CString& text);
 

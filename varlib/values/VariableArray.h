@@ -21,6 +21,10 @@
 // share one lock around it.
 #pragma once
 
+#include <cstddef>
+#include <iterator>
+#include <optional>
+#include <utility>
 #include <vector>
 
 #include "corelib/XML.h"
@@ -76,6 +80,88 @@ public:
     int GetNextVariable(CString& index, CVariable& variable);
     int GetFirstIndex(CString& index);
     int GetNextIndex(CString& index);
+    // Walks in ordinal order without the shared cursor, so that walks nest and
+    // a const array can be walked:
+    //     for (const auto& [index, element] : array) ...
+    // Each step reads the element at the next ordinal and ends where
+    // GetNextVariable ends (the first ordinal without an element). Any
+    // insertion or removal (InsertElement, RemoveVariable, CleanUp, Copy,
+    // assignment, a change through the base map) invalidates every iterator:
+    // the pair an iterator holds refers into the maps. The pair itself lives
+    // in the iterator (*it++ dangles); its two references outlive it.
+    template <bool bConst>
+    class Iterator {
+    public:
+        using Element = std::conditional_t<bConst, const CVariable, CVariable>;
+        using value_type = std::pair<const CString&, Element&>;
+        using reference = const value_type&;
+        using pointer = const value_type*;
+        using difference_type = std::ptrdiff_t;
+        using iterator_category = std::forward_iterator_tag;
+
+        Iterator() = default;
+        Iterator(const Iterator& other) : m_pArray(other.m_pArray), m_nOrdinal(other.m_nOrdinal) {
+            if (other.m_current) m_current.emplace(*other.m_current);
+        }
+        // The pair holds references: assigning it would assign the elements,
+        // so the pair is rebuilt instead.
+        Iterator& operator=(const Iterator& other) {
+            m_pArray = other.m_pArray;
+            m_nOrdinal = other.m_nOrdinal;
+            m_current.reset();
+            if (other.m_current) m_current.emplace(*other.m_current);
+            return *this;
+        }
+        // The mutable walk converts to the const one.
+        operator Iterator<true>() const requires(!bConst) {
+            return Iterator<true>(m_pArray, m_nOrdinal);
+        }
+
+        reference operator*() const { return *m_current; }
+        pointer operator->() const { return &*m_current; }
+        Iterator& operator++() {
+            Load(m_nOrdinal + 1);
+            return *this;
+        }
+        Iterator operator++(int) {
+            Iterator before(*this);
+            ++*this;
+            return before;
+        }
+        // Every ended walk equals end(), whatever array it walked.
+        bool operator==(const Iterator& other) const {
+            if (!m_current || !other.m_current) return !m_current && !other.m_current;
+            return m_pArray == other.m_pArray && m_nOrdinal == other.m_nOrdinal;
+        }
+
+    private:
+        friend class CVariableArray;
+        template <bool>
+        friend class Iterator;
+        Iterator(const CVariableArray* pArray, int nOrdinal) : m_pArray(pArray) {
+            if (pArray != nullptr) Load(nOrdinal);
+        }
+        void Load(int nOrdinal) {
+            m_nOrdinal = nOrdinal;
+            m_current.reset();
+            const CString* pIndex = nullptr;
+            CVariable* pElement = m_pArray->ElementAt(nOrdinal, &pIndex);
+            if (pElement != nullptr) m_current.emplace(*pIndex, *pElement);
+        }
+
+        const CVariableArray* m_pArray = nullptr;
+        int m_nOrdinal = 0;
+        std::optional<value_type> m_current;   // empty once the walk has ended
+    };
+    using iterator = Iterator<false>;
+    using const_iterator = Iterator<true>;
+    iterator begin() { return iterator(this, 0); }
+    iterator end() { return iterator(); }
+    const_iterator begin() const { return const_iterator(this, 0); }
+    const_iterator end() const { return const_iterator(); }
+    const_iterator cbegin() const { return begin(); }
+    const_iterator cend() const { return end(); }
+
     // Index text at an ordinal; empty if there is none. The cursor stays.
     CString GetIndex(int nOrdinal) const;
     // Type of the element at ordinal 0; 0 for an empty array.
