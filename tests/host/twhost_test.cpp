@@ -97,7 +97,7 @@ TEST(Twhost, EveryOutcomeHasItsStatusAndMessage) {
          "  InterfaceList(STRING pattern) -> ARRAY    [netinfo.twp]\n"},
         {{"call", "InterfaceList", "[\"\"]"}, 4, "", "The types fit a declared form, so the plug-in refused a value"},
         {{"call", "TableReport", "[[1, 2]]"}, 4, "", "TableReport does not accept the arguments (ARRAY)\n"},
-        {{}, 2, "", "twhost: a command is required: plugins, call, cache, report, reports, serve"},
+        {{}, 2, "", "twhost: a command is required: plugins, call, cache, report, reports"},
         {{"--plugin-dir", "/nonexistent/twhost", "plugins"}, 2, "", "/nonexistent/twhost"},
         {{"frobnicate"}, 2, "", "twhost: unknown command 'frobnicate'; the commands are plugins, call, cache,"},
         {{"call"}, 2, "", "twhost: FUNCTION is required\n"},
