@@ -320,22 +320,29 @@ function showReport(state, text, url) {
   bringReportIntoView();
 }
 
-async function runReport(title, message) {
-  showReport('muted', `Running ${title}…`);
+// Sends a report's or a call's message and shows the outcome: onSuccess gets
+// the answer's body when its Status is 0, the reason shows otherwise.
+async function runMessage(title, message, verb, responseType, onSuccess) {
+  showReport('muted', `${verb} ${title}…`);
   try {
     const answer = await send(message);
-    const report = answer.body;
-    if (answer.type !== 'EXECUTE_REPORT_RESPONSE' || !report) throw new Error(`Unexpected answer ${answer.type}`);
-    const reason = report.getAttribute('Reason') || '';
-    if (report.getAttribute('Status') !== '0') {
-      showReport('failed', `${title} failed: ${reason || 'no reason given'}`);
+    const body = answer.body;
+    if (answer.type !== responseType || !body) throw new Error(`Unexpected answer ${answer.type}`);
+    if (body.getAttribute('Status') !== '0') {
+      showReport('failed', `${title} failed: ${body.getAttribute('Reason') || 'no reason given'}`);
       return;
     }
-    const url = report.getAttribute('URL') || '';
-    showReport('ok', `${title}: ${url.split('/').pop()}`, url);
+    onSuccess(body);
   } catch (e) {
     showReport('failed', `${title} failed: ${e.message}`);
   }
+}
+
+function runReport(title, message) {
+  return runMessage(title, message, 'Running', 'EXECUTE_REPORT_RESPONSE', (report) => {
+    const url = report.getAttribute('URL') || '';
+    showReport('ok', `${title}: ${url.split('/').pop()}`, url);
+  });
 }
 
 // ---------------------------------------------------------------------------
@@ -380,20 +387,9 @@ function showValue(title, json, text) {
   bringReportIntoView();
 }
 
-async function runCall(title, message) {
-  showReport('muted', `Calling ${title}…`);
-  try {
-    const answer = await send(message);
-    const result = answer.body;
-    if (answer.type !== 'CALL_FUNCTION_RESPONSE' || !result) throw new Error(`Unexpected answer ${answer.type}`);
-    if (result.getAttribute('Status') !== '0') {
-      showReport('failed', `${title} failed: ${result.getAttribute('Reason') || 'no reason given'}`);
-      return;
-    }
-    showValue(title, result.getAttribute('Json'), result.getAttribute('Text'));
-  } catch (e) {
-    showReport('failed', `${title} failed: ${e.message}`);
-  }
+function runCall(title, message) {
+  return runMessage(title, message, 'Calling', 'CALL_FUNCTION_RESPONSE',
+    (result) => showValue(title, result.getAttribute('Json'), result.getAttribute('Text')));
 }
 
 $('reload').addEventListener('click', loadPlugins);
